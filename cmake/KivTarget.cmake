@@ -1,0 +1,34 @@
+# What every target of this project is compiled with.
+
+function(kiv_target target)
+    set_target_properties(${target} PROPERTIES
+        AUTOMOC ON
+        CXX_STANDARD 17
+        CXX_STANDARD_REQUIRED ON
+        CXX_EXTENSIONS OFF
+        CXX_VISIBILITY_PRESET hidden
+        VISIBILITY_INLINES_HIDDEN ON)
+    target_compile_definitions(${target} PRIVATE
+        QT_NO_KEYWORDS
+        QT_NO_FOREACH
+        QT_NO_CAST_FROM_ASCII
+        QT_NO_CAST_TO_ASCII
+        QT_NO_CAST_FROM_BYTEARRAY
+        QT_NO_URL_CAST_FROM_STRING
+        QT_NO_NARROWING_CONVERSIONS_IN_CONNECT
+        QT_STRICT_ITERATORS
+        QT_DISABLE_DEPRECATED_BEFORE=0x050F00)
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+    if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
+        # Qt's qCDebug(category) << … leaves the variable part of its macro empty.
+        target_compile_options(${target} PRIVATE -Wno-gnu-zero-variadic-macro-arguments)
+    endif()
+    if(KIV_WARNINGS_AS_ERRORS)
+        target_compile_options(${target} PRIVATE -Werror)
+    endif()
+    if(KIV_SANITIZE)
+        target_compile_options(${target} PRIVATE
+            -fsanitize=${KIV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+        target_link_options(${target} PRIVATE -fsanitize=${KIV_SANITIZE})
+    endif()
+endfunction()
