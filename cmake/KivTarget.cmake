@@ -1,6 +1,7 @@
-# What every target of this project is compiled with.
-
+# kiv_target(<target> [PLAIN_TEXTS]): what every target of this project is compiled with.
+# PLAIN_TEXTS lets "a literal" become a QString, which makes tests easier to read.
 function(kiv_target target)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "PLAIN_TEXTS" "" "")
     set_target_properties(${target} PROPERTIES
         AUTOMOC ON
         CXX_STANDARD 17
@@ -11,13 +12,15 @@ function(kiv_target target)
     target_compile_definitions(${target} PRIVATE
         QT_NO_KEYWORDS
         QT_NO_FOREACH
-        QT_NO_CAST_FROM_ASCII
         QT_NO_CAST_TO_ASCII
         QT_NO_CAST_FROM_BYTEARRAY
         QT_NO_URL_CAST_FROM_STRING
         QT_NO_NARROWING_CONVERSIONS_IN_CONNECT
         QT_STRICT_ITERATORS
         QT_DISABLE_DEPRECATED_BEFORE=0x050F00)
+    if(NOT arg_PLAIN_TEXTS)
+        target_compile_definitions(${target} PRIVATE QT_NO_CAST_FROM_ASCII)
+    endif()
     target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
     if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
         # Qt's qCDebug(category) << … leaves the variable part of its macro empty.
