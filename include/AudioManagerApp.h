@@ -41,8 +41,7 @@ namespace Audio::Utils::Kiv::QtDbus {
  *                  [](const QString& decision) { qInfo() << "focus" << decision; });
  * if (player.Initialize() == KivBaseClient::INIT_STATE_SUCCESS) {
  *     player.RequestAudioFocusAsync();
- * } // otherwise SignalInitCompleted() follows when the service appears, unless the state is
- * INIT_STATE_FAILED
+ * } // INIT_STATE_WAITING_FOR_KIV: SignalInitCompleted() follows when the service appears
  * @endcode
  */
 class KIV_QTDBUS_EXPORT AudioManagerApp : public ServiceProviderClient
@@ -53,16 +52,16 @@ public:
     /**
      * @param registrator stands for the program's bus name.
      * @param objPath the client is exported under this path followed by "/ServiceProviderClient"; the same
-     * text is the name of the mode that a stream with permanent focus offers (none when it is empty).
+     *        text is the name of the mode that a stream with permanent focus offers (none when it is empty).
      * @param sourceName the stream's name.
      * @param connection exports the client.
      * @param streamType the stream's type; empty for "Media".
      * @param permanentFocus true for a stream that takes the focus for good (music), false for one that takes
-     * it for a while (an announcement).
+     *        it for a while (an announcement).
      * @param destination what the session is about; may be empty.
      * @param factory makes the proxy; a ServiceProviderProxyAppFactory unless in a test.
      * @param registerDuringInitialization whether initialisation registers the stream, with a blocking
-     * request, and fails when that does.
+     *        request, and fails when that does.
      * @param parent the Qt parent.
      */
     AudioManagerApp(const IServiceRegistrator& registrator, const QString& objPath, const QString& sourceName,
@@ -141,7 +140,7 @@ public:
      * Registers the stream without waiting; may be called from any thread.
      *
      * @return the request identifier that SignalRegisterAudioStreamCompleted() will carry; 0 when nothing was
-     * sent, and then no signal follows.
+     *        sent, and then no signal follows.
      */
     Q_INVOKABLE quint32 RegisterAudioStreamAsync();
 
@@ -150,7 +149,7 @@ public:
      * thread.
      *
      * @return the request identifier that SignalRequestAudioFocusCompleted() will carry; 0 when nothing was
-     * sent, and then no signal follows.
+     *        sent, and then no signal follows.
      */
     Q_INVOKABLE quint32 RequestAudioFocusAsync(bool aExecuteSwitch = true);
 
@@ -158,7 +157,7 @@ public:
      * Tells the service whether the stream plays, without waiting; may be called from any thread.
      *
      * @return the request identifier that SignalAudioActiveCompleted() will carry; 0 when nothing was sent,
-     * and then no signal follows.
+     *        and then no signal follows.
      */
     Q_INVOKABLE quint32 AudioActiveAsync(bool aPlaying);
 
@@ -167,7 +166,7 @@ public:
      *
      * @param aReason why; must not be empty.
      * @return the request identifier that SignalAbandonAudioFocusCompleted() will carry; 0 when nothing was
-     * sent, and then no signal follows.
+     *        sent, and then no signal follows.
      */
     Q_INVOKABLE quint32 AbandonAudioFocusAsync(const QString& aReason);
 

@@ -26,16 +26,17 @@ namespace Audio::Utils::Kiv::QtDbus {
  * without a time limit. With SetModeAsync():
  * - the same mode again keeps the stored request and returns its identifier;
  * - another mode that is not listed replaces it: SignalSetModeCompleted() reports the old identifier with
- * false, while SetModeAsync() is still running;
+ *   false, while SetModeAsync() is still running;
  * - a listed mode is sent at once and leaves the stored request alone;
  * - a stored request that the service refuses stays stored, and is sent again when the mode is added again:
- * its identifier can complete more than once, with false.
+ *   its identifier can complete more than once.
  *
  * A successful set does not change CurrentMode(): that follows the service's event, SignalModeChanged().
  *
- * Do not call SetModeAsync() for a mode that is not listed from a slot of the signal that cancels a stored
- * request: the outer call stores its own mode afterwards, and the nested request is overwritten without any
- * signal. Post it instead (`QMetaObject::invokeMethod` with `Qt::QueuedConnection`).
+ * Do not call SetModeAsync() for a mode that is not listed from within a slot of the signal that cancels a
+ * stored request. The old request is still stored at that moment: it is cancelled once more, so that a slot
+ * that always does so recurses without end; and the outer call overwrites what the nested one stored, without
+ * any signal. Post the call instead (`QMetaObject::invokeMethod` with `Qt::QueuedConnection`).
  *
  * Threads, lifetime and ownership: see KivBaseClient and ServiceProviderClient.
  *
@@ -50,8 +51,7 @@ namespace Audio::Utils::Kiv::QtDbus {
  *                  [](const QString& mode) { qInfo() << "mode is now" << mode; });
  * if (hmi.Initialize() == KivBaseClient::INIT_STATE_SUCCESS) {
  *     hmi.SetModeAsync(QStringLiteral("Radio"));
- * } // otherwise SignalInitCompleted() follows when the service appears, unless the state is
- * INIT_STATE_FAILED
+ * } // INIT_STATE_WAITING_FOR_KIV: SignalInitCompleted() follows when the service appears
  * @endcode
  */
 class KIV_QTDBUS_EXPORT AudioManagerHmi : public ServiceProviderClient
@@ -66,7 +66,7 @@ public:
      * @param destination what the session, and the queries of initialisation, are about; empty for all.
      * @param factory makes the proxy; a ServiceProviderProxyHmiFactory unless in a test.
      * @param getModesOnInitialize whether initialisation asks for mode list and current mode, with two
-     * blocking requests, and fails when one of them does.
+     *        blocking requests, and fails when one of them does.
      * @param parent the Qt parent.
      */
     AudioManagerHmi(const IServiceRegistrator& registrator, const QString& objPath,
@@ -84,7 +84,7 @@ public:
      * before is overwritten without a signal; setting a listed mode drops a stored request without a signal.
      *
      * @return false without a session, or when the service refuses; true also for a mode that was only
-     * stored.
+     *        stored.
      */
     virtual bool SetMode(const QString& aModeName);
 
@@ -136,10 +136,10 @@ public:
      *
      * @param aModeName the mode.
      * @param aReply receives the reply to come when the request was sent, or one that has failed without a
-     * session.
+     *        session.
      * @param aPending receives whether the request was stored; untouched without a session.
      * @return false without a session, or when a slot of the signal that cancels an earlier stored request
-     * has deleted the client.
+     *        has deleted the client.
      */
     bool StartSetModeRequest(const QString& aModeName, QDBusPendingReply<QString>& aReply, bool& aPending);
 
@@ -188,7 +188,7 @@ public:
      * any thread.
      *
      * @return the request identifier that SignalSetModeCompleted() will carry; 0 when no session is open or
-     * nothing could be sent, and then no signal follows.
+     *        nothing could be sent, and then no signal follows.
      */
     Q_INVOKABLE quint32 SetModeAsync(const QString& aModeName);
 
@@ -197,7 +197,7 @@ public:
      *
      * @param aDestination empty for all.
      * @return the request identifier that SignalGetModeListCompleted() will carry; 0 when nothing was sent,
-     * and then no signal follows.
+     *        and then no signal follows.
      */
     Q_INVOKABLE quint32 GetModeListAsync(const QString& aDestination);
 
@@ -206,7 +206,7 @@ public:
      *
      * @param aDestination empty for all.
      * @return the request identifier that SignalGetModeCompleted() will carry; 0 when nothing was sent, and
-     * then no signal follows.
+     *        then no signal follows.
      */
     Q_INVOKABLE quint32 GetModeAsync(const QString& aDestination);
 

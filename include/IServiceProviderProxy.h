@@ -28,7 +28,7 @@ public:
      * Starts a request and returns at once.
      *
      * @return the reply to come, or one that has already failed when the request could not be sent; a
-     * client's …Async operation then returns 0.
+     *        client's …Async operation then returns 0.
      */
     virtual QDBusPendingReply<QString> AsyncRequest(const QString& methodName, const QString& arguments) = 0;
 
@@ -36,7 +36,7 @@ public:
      * Sends a request and blocks until it is answered.
      *
      * @return the service's answer. An answer that contains "errCode" counts as a failure, whatever its
-     * value; a failure of the transport must be reported in this form too.
+     *        value; a failure of the transport must be reported in this form too.
      */
     virtual QString Request(const QString& methodName, const QString& arguments) = 0;
 };

@@ -27,7 +27,7 @@ public:
     /**
      * @param parent the client.
      * @return a new proxy, which the caller owns and deletes; `nullptr` when there can be none, which ends
-     * the client's initialisation without a change of its state.
+     *        the client's initialisation without a change of its state.
      */
     virtual IServiceProviderProxy* CreateProxy(QObject* parent) = 0;
 };

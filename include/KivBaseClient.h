@@ -20,11 +20,9 @@ class IServiceProviderProxy;
 class IServiceProviderProxyFactory;
 
 /**
- * What all clients of the audio management service share: waiting for the service, and sending requests to
- * it.
+ * What all clients of the audio management service share: waiting for the service, sending requests to it.
  *
- * Programs use AudioManagerHmi or AudioManagerApp; derive from this class only to write a client of another
- * kind.
+ * Programs use AudioManagerHmi or AudioManagerApp; derive from this class to write a client of another kind.
  *
  * **Life.** Construct, Initialize(), use, Powerdown(), destroy, each once and in this order. The service need
  * not run yet: Initialize() then returns #INIT_STATE_WAITING_FOR_KIV, initialisation is carried out when the
@@ -41,19 +39,19 @@ class IServiceProviderProxyFactory;
  * **Ownership.** The client owns its proxy; it keeps a reference to the factory, which must outlive it.
  *
  * **Deleting and powering down inside a slot.** A slot connected to a completion signal or an event signal of
- * a client may call Powerdown() or delete the client. The following, however, must be avoided:
- * - Do not delete the client inside SignalInitCompleted(): the watcher that reported the service is a member
- * of the client and is still at work. Call `deleteLater()` instead.
- * - Do not call Powerdown() on a client that still waits for the service and expect it to stay off: the
- * client keeps waiting and initialises when the service appears. Delete it instead.
- * - Do not destroy the parent of a proxy that you made through a factory before the proxy itself, see
- *   ConcreteServiceProviderProxy. A proxy that a client made for itself is not concerned.
- * - Do not call an …Async operation from a thread for which the client's thread waits, or while the client's
- * thread runs no event loop: the call blocks until the client's thread handles it, for ever if it never does.
- * Start the thread's event loop first, and stop the callers before the loop.
- * - While a blocking operation waits, the client's thread handles no events: a service that calls the client
- * back and waits for that answer before it answers the request is answered only when one of the two calls
- * times out. Use the …Async operations with such a service.
+ * a client may call Powerdown() or delete the client. The following can still hurt:
+ * - Deleting the client inside SignalInitCompleted(): the watcher that reported the service is a member of
+ *   the client and still at work. Call `deleteLater()` instead.
+ * - Powerdown() of a client that still waits for the service does not end the waiting: it initialises when
+ *   the service appears. Delete the client instead.
+ * - Destroying the parent of a proxy that you made through a factory yourself: delete the proxy first, see
+ *   ConcreteServiceProviderProxy. A proxy that a client made is not concerned.
+ * - An …Async operation called from another thread while the client's thread runs no event loop, or waits for
+ *   the caller: it blocks until the client's thread handles it, for ever if that never happens. Start the
+ *   event loop before the callers, and end the callers before the event loop.
+ * - A service that calls the client back, and waits for the answer, while a blocking request waits for the
+ *   service: the client's thread handles no events then, so that one of the two calls has to time out. Use
+ *   the …Async operations with such a service.
  *
  * A client that is destroyed without Powerdown() deletes its proxy, but cannot close its session any more.
  */
@@ -62,9 +60,8 @@ class KIV_QTDBUS_EXPORT KivBaseClient : public QObject
     Q_OBJECT
 
 public:
-    /** How far the initialisation of a client has come. Registered with Qt's meta-type system as "InitState".
-     */
-    enum InitState
+    /** How far the initialisation of a client has come; known to Qt's meta-type system as "InitState". */
+    enum InitState : int
     {
         INIT_STATE_NOT_CALLED = 0, ///< Initialize() has not been called, or there was no proxy to be had.
         INIT_STATE_WAITING_FOR_KIV = 1, ///< The service is not on the bus yet.
@@ -101,7 +98,7 @@ public:
      * Does not emit SignalInitCompleted(): the caller has the result.
      *
      * @return the state reached. A second call changes nothing and returns the state (with a warning in the
-     * log), except after a first call that found no proxy: that is tried again.
+     *        log), except after a first call that found no proxy: that is tried again.
      */
     virtual InitState Initialize();
 

@@ -45,7 +45,7 @@ public:
      * @param registrator stands for the client's own bus name, which is read here.
      * @param serviceName the bus name of the service.
      * @param objPath the client is exported under this path followed by "/ServiceProviderClient"; may be
-     * empty.
+     *        empty.
      * @param connection exports the client.
      * @param destination what the session is about (a zone, say); may be empty.
      * @param factory makes the proxy.
@@ -96,7 +96,7 @@ public:
      * Opens a session, blocking.
      *
      * @return true when there is a session now that was not there before; false also when one was open
-     * already.
+     *        already.
      */
     bool OpenSession();
 
@@ -135,7 +135,7 @@ public:
      * Closes the session without waiting; may be called from any thread.
      *
      * @return the request identifier that SignalCloseSessionCompleted() will carry; 0 when nothing was sent
-     * (no session is open, or there is no proxy), and then no signal follows.
+     *        (no session is open, or there is no proxy), and then no signal follows.
      */
     Q_INVOKABLE quint32 CloseSessionAsync();
 

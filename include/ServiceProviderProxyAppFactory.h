@@ -22,7 +22,7 @@ public:
     /**
      * @param parent the Qt parent of the D-Bus object inside the proxy (see ConcreteServiceProviderProxy).
      * @return a new ConcreteServiceProviderProxy, never `nullptr`; the caller owns it and must delete it
-     * before
+     *        before
      *         @p parent is destroyed.
      */
     IServiceProviderProxy* CreateProxy(QObject* parent) override;
