@@ -19,7 +19,7 @@ CJsonPtr CreateStringArray(const QStringList& texts)
         if (!element || !cJSON_AddItemToArray(array.get(), element.get())) {
             return nullptr;
         }
-        element.release(); // now owned by the array
+        static_cast<void>(element.release()); // now owned by the array
     }
     return array;
 }
@@ -48,7 +48,7 @@ CJsonPtr CreateItem(const QVariant& value)
 void AddMember(cJSON* object, const QString& key, CJsonPtr item)
 {
     if (item && cJSON_AddItemToObject(object, key.toUtf8().constData(), item.get())) {
-        item.release(); // now owned by the object
+        static_cast<void>(item.release()); // now owned by the object
     }
 }
 
