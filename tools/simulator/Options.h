@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: MIT
+#ifndef SIMULATOR_OPTIONS_H
+#define SIMULATOR_OPTIONS_H
+
+#include "AudioModel.h"
+
+#include <QString>
+#include <QStringList>
+
+namespace Simulator {
+
+/** With what the program ends. */
+enum ExitCode
+{
+    ExitSuccess = 0,
+    ExitUsage = 2,
+    ExitNoBus = 3,
+    ExitNameTaken = 4
+};
+
+/** What the command line asks for. */
+struct Options
+{
+    enum class Action
+    {
+        Run,
+        PrintText, ///< print text on standard output and end
+        Refuse     ///< print text on standard error and end with ExitUsage
+    };
+
+    Action action = Action::Run;
+    QString text; ///< help, version or complaint
+    QString address;
+    bool isLogging = false;
+    ModelSettings settings;
+};
+
+/**
+ * Reads the command line.
+ *
+ * @param arguments with the program's name first.
+ * @param systemBusAddress the bus when the command line names none; empty for none.
+ */
+Options ParseOptions(const QStringList& arguments, const QString& systemBusAddress);
+
+} // namespace Simulator
+
+#endif // SIMULATOR_OPTIONS_H

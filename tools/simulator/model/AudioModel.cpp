@@ -1,0 +1,306 @@
+// SPDX-License-Identifier: MIT
+#include "AudioModel.h"
+
+#include "Refusal.h"
+#include "Vocabulary.h"
+
+#include <QHash>
+#include <QJsonArray>
+
+#include <algorithm>
+#include <optional>
+
+namespace Simulator {
+
+namespace {
+
+const Stream& StreamOf(const Session& session)
+{
+    if (!session.stream) {
+        throw Refusal(ErrorCode::NoStream, QStringLiteral("session %1 has no stream").arg(session.id));
+    }
+    return *session.stream;
+}
+
+QString ReadStreamModeName(const Parameters& parameters, const QString& focusType)
+{
+    if (!parameters.Has(Key::StreamModeName)) {
+        return QString();
+    }
+    if (focusType != Value::Permanent) {
+        throw Refusal(ErrorCode::InvalidValue,
+                      QStringLiteral("only a stream with permanent focus can offer a mode"));
+    }
+    return parameters.NonEmptyText(Key::StreamModeName);
+}
+
+Stream ReadStream(const Parameters& parameters)
+{
+    Stream stream;
+    stream.name = parameters.NonEmptyText(Key::StreamName);
+    stream.type = parameters.NonEmptyText(Key::StreamType);
+    stream.focusType = parameters.OneOf(Key::FocusType, Value::Permanent, Value::Transient);
+    stream.modeName = ReadStreamModeName(parameters, stream.focusType);
+    return stream;
+}
+
+} // namespace
+
+AudioModel::AudioModel(const ModelSettings& settings)
+    : m_Modes(settings.modes),
+      m_Announcer(m_Sessions),
+      m_RefusedStreams(settings.refusedStreams),
+      m_LockedStreams(settings.lockedStreams)
+{
+}
+
+Outcome AudioModel::Handle(const Request& request)
+{
+    try {
+        const QJsonObject reply = Answer(request);
+        return {reply, m_Announcer.Take()};
+    } catch (const Refusal& refusal) {
+        return {refusal.Reply(), {}};
+    }
+}
+
+QJsonObject AudioModel::Answer(const Request& request)
+{
+    if (request.method == Method::OpenSession) {
+        return OpenSession(request, Parameters(request.arguments));
+    }
+    const Operation operation = FindOperation(request);
+    const Parameters parameters(request.arguments);
+    return (this->*operation)(CallersSession(request, parameters), parameters);
+}
+
+AudioModel::Operation AudioModel::FindOperation(const Request& request)
+{
+    struct Entry
+    {
+        Operation operation = nullptr;
+        std::optional<Role> role; // none: for both
+    };
+    static const QHash<QString, Entry> entries{
+        {Method::CloseSession, {&AudioModel::CloseSession, {}}},
+        {Method::GetModeList, {&AudioModel::GetModeList, Role::Hmi}},
+        {Method::GetMode, {&AudioModel::GetMode, Role::Hmi}},
+        {Method::SetMode, {&AudioModel::SetMode, Role::Hmi}},
+        {Method::RegisterAudioStream, {&AudioModel::RegisterAudioStream, Role::App}},
+        {Method::RequestAudioFocus, {&AudioModel::RequestAudioFocus, Role::App}},
+        {Method::AudioActive, {&AudioModel::AudioActive, Role::App}},
+        {Method::AbandonAudioFocus, {&AudioModel::AbandonAudioFocus, Role::App}}};
+
+    const Entry entry = entries.value(request.method);
+    if (!entry.operation) {
+        throw Refusal(ErrorCode::UnknownMethod,
+                      QStringLiteral("there is no method \"%1\"").arg(request.method));
+    }
+    if (entry.role.value_or(request.role) != request.role) {
+        throw Refusal(ErrorCode::MethodOfOtherRole,
+                      QStringLiteral("method \"%1\" is not for this kind of client").arg(request.method));
+    }
+    return entry.operation;
+}
+
+Session& AudioModel::CallersSession(const Request& request, const Parameters& parameters)
+{
+    const quint32 id = parameters.Number(Key::SessionId);
+    Session* const session = m_Sessions.Find(id);
+    if (!session) {
+        throw Refusal(ErrorCode::UnknownSession, QStringLiteral("there is no session %1").arg(id));
+    }
+    if (session->caller != request.caller || session->role != request.role) {
+        throw Refusal(ErrorCode::ForeignSession, QStringLiteral("session %1 is another client's").arg(id));
+    }
+    return *session;
+}
+
+// The result is empty for all destinations, as everywhere inside.
+QString AudioModel::ReadDestination(const Parameters& parameters) const
+{
+    const QString destination = parameters.Text(Key::Destination);
+    if (destination == Value::All) {
+        return QString();
+    }
+    if (!m_Modes.HasDestination(destination)) {
+        throw Refusal(ErrorCode::UnknownDestination,
+                      QStringLiteral("there is no destination \"%1\"").arg(destination));
+    }
+    return destination;
+}
+
+QJsonObject AudioModel::OpenSession(const Request& request, const Parameters& parameters)
+{
+    // A client without a bus name of its own sends an empty one; it is called by its unique name anyway.
+    parameters.Text(Key::BusName);
+    Session session;
+    session.role = request.role;
+    session.caller = request.caller;
+    session.objectPath = parameters.ObjectPath(Key::ObjectPath);
+    session.destination = parameters.Has(Key::Destination) ? ReadDestination(parameters) : QString();
+
+    EndSession(m_Sessions.IdOf(session.role, session.caller, session.objectPath));
+    return {{Key::SessionId, static_cast<qint64>(m_Sessions.Open(session))}};
+}
+
+QJsonObject AudioModel::CloseSession(Session& session, const Parameters&)
+{
+    EndSession(session.id);
+    return {};
+}
+
+QJsonObject AudioModel::GetModeList(Session&, const Parameters& parameters)
+{
+    return {{Key::ModeList, QJsonArray::fromStringList(m_Modes.Modes(ReadDestination(parameters)))}};
+}
+
+QJsonObject AudioModel::GetMode(Session&, const Parameters& parameters)
+{
+    return {
+        {Key::CurrentMode, QJsonArray::fromStringList(m_Modes.CurrentModes(ReadDestination(parameters)))}};
+}
+
+QJsonObject AudioModel::SetMode(Session& session, const Parameters& parameters)
+{
+    const QString mode = parameters.Text(Key::NewMode);
+    if (!m_Modes.Set(mode, session.destination)) {
+        throw Refusal(ErrorCode::ModeNotOffered, QStringLiteral("mode \"%1\" is not offered").arg(mode));
+    }
+    m_Announcer.ModeChanged(mode);
+    return {};
+}
+
+QJsonObject AudioModel::RegisterAudioStream(Session& session, const Parameters& parameters)
+{
+    const Stream stream = ReadStream(parameters);
+    if (session.stream) {
+        throw Refusal(ErrorCode::StreamRegistered,
+                      QStringLiteral("session %1 has a stream already").arg(session.id));
+    }
+    session.stream = stream;
+    if (!stream.modeName.isEmpty() && m_Modes.Add(stream.modeName, session.destination)) {
+        m_Announcer.ModeListChanged(Value::Add, stream.modeName);
+    }
+    return {};
+}
+
+QJsonObject AudioModel::RequestAudioFocus(Session& session, const Parameters& parameters)
+{
+    const QString type = parameters.OneOf(Key::RequestType, Value::Query, Value::Request);
+    const bool isGranted = MayTakeFocus(session);
+    if (type == Value::Query) {
+        m_Announcer.FocusResult(session, isGranted ? Value::WouldBeGranted : Value::WouldFail);
+    } else if (isGranted) {
+        TakeFocus(session);
+    } else {
+        m_Announcer.FocusResult(session, Value::Failed);
+    }
+    return {};
+}
+
+QJsonObject AudioModel::AudioActive(Session& session, const Parameters& parameters)
+{
+    parameters.Flag(Key::Playing);
+    StreamOf(session);
+    return {};
+}
+
+QJsonObject AudioModel::AbandonAudioFocus(Session& session, const Parameters& parameters)
+{
+    parameters.NonEmptyText(Key::Reason);
+    const Stream stream = StreamOf(session);
+    const QVector<FocusChange> changes = m_Focus.GiveBack(session.id);
+    if (changes.isEmpty()) {
+        throw Refusal(ErrorCode::FocusNotHeld,
+                      QStringLiteral("stream \"%1\" has no focus to give back").arg(stream.name));
+    }
+    m_Announcer.FocusResult(session, Value::Abandoned);
+    AnnounceFocus(changes, session.id);
+    return {};
+}
+
+bool AudioModel::MayTakeFocus(const Session& session)
+{
+    const QString stream = StreamOf(session).name;
+    if (m_RefusedStreams.contains(stream)) {
+        return false;
+    }
+    const Session* const holder = m_Sessions.Find(m_Focus.Holder());
+    return !holder || holder->id == session.id || !m_LockedStreams.contains(StreamOf(*holder).name);
+}
+
+void AudioModel::TakeFocus(const Session& session)
+{
+    QVector<FocusChange> changes = m_Focus.Take(session.id, StreamOf(session).focusType == Value::Permanent);
+    const bool isNew = !changes.isEmpty();
+    if (isNew) {
+        changes.removeLast(); // its own, told as the result
+    }
+    AnnounceFocus(changes);
+    m_Announcer.FocusResult(session, Value::Granted);
+    if (isNew) {
+        m_Announcer.FocusBroadcast(session, Value::Gained);
+    }
+}
+
+void AudioModel::AnnounceFocus(const QVector<FocusChange>& changes, quint32 exceptSession)
+{
+    for (const FocusChange& change : changes) {
+        const Session& session = *m_Sessions.Find(change.sessionId);
+        if (session.id != exceptSession) {
+            m_Announcer.FocusChanged(session, change.newFocus);
+        }
+        m_Announcer.FocusBroadcast(session, change.newFocus);
+    }
+}
+
+void AudioModel::WithdrawMode(const Session& session)
+{
+    const QString mode = session.stream ? session.stream->modeName : QString();
+    if (mode.isEmpty()) {
+        return;
+    }
+    const ModeTable::Removal removal = m_Modes.Remove(mode, session.destination);
+    if (removal.isGone) {
+        m_Announcer.ModeListChanged(Value::Remove, mode);
+    }
+    for (const QString& newMode : removal.newModes) {
+        m_Announcer.ModeChanged(newMode);
+    }
+}
+
+// Nothing happens when there is no such session. The session itself is not called any more.
+void AudioModel::EndSession(quint32 id)
+{
+    const Session* const session = m_Sessions.Find(id);
+    if (!session) {
+        return;
+    }
+    AnnounceFocus(m_Focus.GiveBack(id), id);
+    WithdrawMode(*session);
+    m_Sessions.Close(id);
+}
+
+QVector<Effect> AudioModel::CallerLeft(const QString& caller)
+{
+    QVector<Session> sessions = m_Sessions.OfCaller(caller);
+    // In an order in which none of them is called because of the end of another: those that hear of modes first,
+    // then those that wait for the focus before the one that holds it.
+    std::stable_sort(sessions.begin(), sessions.end(), [this](const Session& left, const Session& right) {
+        return m_Focus.PlaceOf(left.id) < m_Focus.PlaceOf(right.id);
+    });
+    std::stable_partition(sessions.begin(), sessions.end(),
+                          [](const Session& session) { return session.role == Role::Hmi; });
+    for (const Session& session : qAsConst(sessions)) {
+        EndSession(session.id);
+    }
+    return m_Announcer.Take();
+}
+
+bool AudioModel::HasSessions(const QString& caller) const
+{
+    return !m_Sessions.OfCaller(caller).isEmpty();
+}
+
+} // namespace Simulator
