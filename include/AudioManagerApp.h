@@ -19,11 +19,11 @@ namespace Audio::Utils::Kiv::QtDbus {
  * is permanent: during initialisation, or later with RegisterAudioStream() or RegisterAudioStreamAsync().
  *
  * **A focus request is answered twice.** The reply (a result of true, or the completion signal) tells only
- * that the service has accepted the request. The decision comes later, as
+ * that the service has accepted the request. The decision comes separately, as
  * SignalResponseToAudioFocusRequest(): "granted" or "failed", and for a query "wouldBeGranted" or
- * "wouldFail". What the service does to the focus afterwards comes as SignalAudioFocusChanged(): "lost",
- * "temporarilyLost", "gained". These texts are passed on as they come; which of them a service sends, and
- * when, is the service's business.
+ * "wouldFail". It may reach the program before the completion signal does. What the service does to the focus
+ * afterwards comes as SignalAudioFocusChanged(): "lost", "temporarilyLost", "gained". These texts are passed
+ * on as they come; which of them a service sends, and when, is the service's business.
  *
  * **A player** should stop on "lost"; pause on "temporarilyLost" and go on at "gained", but only if it was
  * playing; and keep the focus while its user pauses.
