@@ -743,6 +743,7 @@ void tst_Simulator::log_showsOneLinePerMessage()
     QTRY_COMPARE(simulator.Lines(), lines + QStringList{"-- bus  left  [" + me + "]"});
 }
 
+// A reply that arrives before it is watched is told late; so the simulator is stopped until then.
 void tst_Simulator::eventsFollowTheReply()
 {
     SimulatorProcess simulator({});
@@ -758,7 +759,9 @@ void tst_Simulator::eventsFollowTheReply()
     QStringList expected;
     for (int i = 0; i < 20; ++i) {
         expected += QStringList{"reply", "granted"};
+        simulator.Signal(SIGSTOP);
         QVERIFY(music.app.RequestAudioFocusAsync() != 0);
+        simulator.Signal(SIGCONT);
         QTRY_COMPARE(order, expected);
     }
     music.app.Powerdown();
