@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+#
+# needed-libraries.sh <library>
+#
+# Checks that the shared library needs Qt Core, Qt D-Bus, cJSON and the C and C++ run time, and nothing else.
+set -euo pipefail
+export LC_ALL=C
+
+library=${1:?usage: needed-libraries.sh <library>}
+
+needed=$(readelf -d "$library" | sed -n 's/.*(NEEDED).*\[\(.*\)\].*/\1/p')
+
+status=0
+for name in $needed; do
+    case $name in
+        libQt5Core.so.5 | libQt5DBus.so.5 | libcjson.so.1) ;;
+        libstdc++.so.6 | libgcc_s.so.1 | libc.so.6 | libm.so.6) ;;
+        *)
+            echo "error: $library needs $name, which it should do without"
+            status=1
+            ;;
+    esac
+done
+for name in libQt5Core.so.5 libQt5DBus.so.5 libcjson.so.1; do
+    if ! grep -qFx "$name" <<<"$needed"; then
+        echo "error: $library does not name $name among the libraries that it needs"
+        status=1
+    fi
+done
+exit $status
