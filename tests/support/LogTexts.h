@@ -4,10 +4,13 @@
 
 #include "LogCapture.h"
 
+#include <QByteArray>
 #include <QDebug>
 #include <QRegularExpression>
 #include <QString>
 #include <QVector>
+
+#include <memory>
 
 namespace KivTest {
 
@@ -31,6 +34,17 @@ inline QVector<LogRecord> Timeless(QVector<LogRecord> records)
         record.text.replace(time, QStringLiteral("mm:ss.zzz"));
     }
     return records;
+}
+
+/** For failure messages of QCOMPARE: one record per line. */
+inline char* toString(const QVector<LogRecord>& records)
+{
+    QByteArray lines;
+    for (const LogRecord& record : records) {
+        const std::unique_ptr<char[]> line(::toString(record));
+        lines.append("\n      ").append(line.get());
+    }
+    return qstrdup(lines.constData());
 }
 
 } // namespace KivTest
