@@ -5,6 +5,7 @@
 #include "LogCapture.h"
 
 #include <QDebug>
+#include <QMetaType>
 #include <QRegularExpression>
 #include <QStringList>
 #include <QThread>
@@ -74,5 +75,8 @@ inline LogRecord ProxyAnswered(const QString& methodName, const QString& answer)
 }
 
 } // namespace KivTest
+
+/** For columns of test data. */
+Q_DECLARE_METATYPE(KivTest::LogRecord)
 
 #endif // KIV_TESTS_CLIENTRECORDS_H

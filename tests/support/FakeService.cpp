@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "FakeService.h"
 
+#include <QDBusConnectionInterface>
 #include <QDBusPendingCall>
 #include <QDBusPendingCallWatcher>
 #include <QDBusReply>
@@ -54,6 +55,24 @@ void FakeService::Appear()
 {
     if (!m_Connection.registerService(kServiceName)) {
         qFatal("the fake service cannot take its bus name");
+    }
+}
+
+void FakeService::AppearReplaceable()
+{
+    const auto reply = m_Connection.interface()->registerService(
+        kServiceName, QDBusConnectionInterface::DontQueueService, QDBusConnectionInterface::AllowReplacement);
+    if (reply.value() != QDBusConnectionInterface::ServiceRegistered) {
+        qFatal("the fake service cannot take its bus name");
+    }
+}
+
+void FakeService::TakeOver()
+{
+    const auto reply = m_Connection.interface()->registerService(
+        kServiceName, QDBusConnectionInterface::ReplaceExistingService);
+    if (reply.value() != QDBusConnectionInterface::ServiceRegistered) {
+        qFatal("the fake service cannot take its bus name over");
     }
 }
 

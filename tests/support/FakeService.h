@@ -50,6 +50,12 @@ public:
     /** Takes the service's bus name. */
     void Appear();
 
+    /** Likewise, and lets another service take the name over. */
+    void AppearReplaceable();
+
+    /** Takes the service's bus name from a replaceable service, without a gap. */
+    void TakeOver();
+
     /** Gives it back. */
     void Leave();
 
