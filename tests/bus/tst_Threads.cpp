@@ -66,14 +66,16 @@ const Operation& FetchOperation()
 
 LogRecord Forwarding(const QString& operation, const QThread* from, const QThread* to)
 {
-    return Debug(QStringLiteral("ServiceProviderClient::%1 -- Forwarding invokation on thread %2 to thread %3")
-                     .arg(operation, Streamed(from), Streamed(to)));
+    return Debug(
+        QStringLiteral("ServiceProviderClient::%1 -- Forwarding invokation on thread %2 to thread %3")
+            .arg(operation, Streamed(from), Streamed(to)));
 }
 
 LogRecord AsyncCall(const Operation& operation)
 {
-    return Debug(QStringLiteral("ConcreteServiceProvider::AsyncRequest -- Calling method %1 with parameters %2")
-                     .arg(Streamed(operation.methodName), Streamed(operation.arguments)));
+    return Debug(
+        QStringLiteral("ConcreteServiceProvider::AsyncRequest -- Calling method %1 with parameters %2")
+            .arg(Streamed(operation.methodName), Streamed(operation.arguments)));
 }
 
 /** What a successful operation writes on the client's thread. */
@@ -163,7 +165,10 @@ public:
 
     ~Helper() { m_Thread->wait(); }
 
-    bool Finish() { return QTest::qWaitFor([this] { return m_Thread->isFinished(); }, 30000); }
+    bool Finish()
+    {
+        return QTest::qWaitFor([this] { return m_Thread->isFinished(); }, 30000);
+    }
     const QThread* Thread() const { return m_Thread.get(); }
 
 private:
@@ -469,8 +474,8 @@ void tst_Threads::cannotInvokeSelf_givesZero()
             Forwarding(operation.name, helper.Thread(), QThread::currentThread()),
             Warning(QStringLiteral("QMetaObject::invokeMethod: No such method QObject::%1()")
                         .arg(operation.name)),
-            Critical(QStringLiteral("ServiceProviderClient::%1 -- Unable to invoke self")
-                         .arg(operation.name))}));
+            Critical(
+                QStringLiteral("ServiceProviderClient::%1 -- Unable to invoke self").arg(operation.name))}));
     QVERIFY(completions.All().isEmpty());
     QVERIFY(fixture.on.service->Calls().isEmpty());
     client.m_SessionId = 0;
@@ -529,7 +534,8 @@ void tst_Threads::blockingRequest_stopsTheEventLoop()
     // While the answer is held, an event is sent to this thread, which cannot handle it.
     Helper helper([&] {
         isCallSeen = AwaitCall(*fixture.on.service, "getMode");
-        QMetaObject::invokeMethod(this, [&isEventHandled] { isEventHandled = true; }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this, [&isEventHandled] { isEventHandled = true; }, Qt::QueuedConnection);
         fixture.on.service->Release("getMode");
     });
     QString result;
@@ -596,15 +602,14 @@ void tst_Threads::workerClient_inboundCallsAndNotifications_areOnItsThread()
     Worker worker;
     std::unique_ptr<ThreadNoter> client;
     worker.Do([&] {
-        client =
-            std::make_unique<ThreadNoter>(fixture.on.registrator, kServiceName, kClientPath,
-                                          fixture.on.connection, QString(), fixture.on.factory);
+        client = std::make_unique<ThreadNoter>(fixture.on.registrator, kServiceName, kClientPath,
+                                               fixture.on.connection, QString(), fixture.on.factory);
         client->Initialize();
     });
 
     fixture.on.service->Notify(kHmiPath, "event", "{}");
-    const QDBusMessage answer = fixture.on.service->CallClient(
-        kClientName, kClientPath + "/ServiceProviderClient", "call", "{}");
+    const QDBusMessage answer =
+        fixture.on.service->CallClient(kClientName, kClientPath + "/ServiceProviderClient", "call", "{}");
 
     QCOMPARE(answer.arguments(), QVariantList{"{}"});
     QCOMPARE(client->m_CalledOn.loadAcquire(), worker.Thread());
