@@ -272,7 +272,6 @@ void tst_ServiceProviderProxy::asyncRequest_serviceAbsent_showsInTheReply()
     ConcreteServiceProviderProxy proxy(kServiceName, kHmiPath);
     const LogCapture log;
     QDBusPendingReply<QString> reply = proxy.AsyncRequest("method", "");
-    QVERIFY(!reply.isFinished());
     reply.waitForFinished();
     QCOMPARE(reply.error().type(), QDBusError::ServiceUnknown);
     QCOMPARE(log.Records(), Records{Calling("method", "")});
