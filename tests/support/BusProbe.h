@@ -6,9 +6,11 @@
 #include <QDBusError>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
+#include <QEventLoop>
 #include <QSignalSpy>
 #include <QString>
 #include <QStringList>
+#include <QTimer>
 #include <QVariant>
 
 namespace KivTest {
@@ -35,6 +37,7 @@ public:
         if (!m_Connection.isConnected()) {
             qFatal("the probe cannot reach the bus");
         }
+        WaitUntilNamed();
     }
 
     ~BusProbe() { QDBusConnection::disconnectFromBus(m_Connection.name()); }
@@ -92,6 +95,19 @@ public:
     }
 
 private:
+    // A call that is made while the bus still tells the connection its name races with Qt's own thread, which
+    // changes the list of names. A signal to ourselves arrives after that.
+    void WaitUntilNamed()
+    {
+        QEventLoop loop;
+        QTimer::singleShot(30000, &loop, [] { qFatal("the bus does not answer the probe"); });
+        const QString path = QStringLiteral("/named");
+        const QString name = QStringLiteral("test.Named");
+        m_Connection.connect(QString(), path, name, QStringLiteral("Named"), &loop, SLOT(quit()));
+        m_Connection.send(QDBusMessage::createSignal(path, name, QStringLiteral("Named")));
+        loop.exec();
+    }
+
     inline static QAtomicInt smCount;
 
     QDBusConnection m_Connection;

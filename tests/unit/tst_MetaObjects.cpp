@@ -410,6 +410,7 @@ void tst_MetaObjects::invokables_canBeInvokedByName()
     OpenedApp app(m_Fakes.registrator, kClientPath, "stream", m_Fakes.connection, QString(), true, QString(),
                   m_Fakes.factory, false);
     app.Open(7);
+    QSignalSpy completed(&app, &AudioManagerApp::SignalRequestAudioFocusCompleted);
     quint32 id = 0;
     QVERIFY(QMetaObject::invokeMethod(&app, "RequestAudioFocusAsync", Q_RETURN_ARG(quint32, id)));
     QCOMPARE(id, 1u);
@@ -420,6 +421,9 @@ void tst_MetaObjects::invokables_canBeInvokedByName()
         m_Fakes.Exchange().Requests(),
         (QVector<RecordedRequest>{{false, "requestAudioFocus", R"({"requestType":"request","sessionId":7})"},
                                   {false, "requestAudioFocus", R"({"requestType":"query","sessionId":7})"}}));
+    QTRY_COMPARE(completed.size(), 2);
+    QCOMPARE(completed.at(0), (QVariantList{1u, true}));
+    QCOMPARE(completed.at(1), (QVariantList{2u, true}));
     app.Powerdown();
 }
 
