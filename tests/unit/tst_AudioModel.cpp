@@ -397,7 +397,7 @@ void tst_AudioModel::callerLeft_endsItsSessionsAndNoOthers()
     QCOMPARE(ToText(world.App("radio", "closeSession").reply), QString("{}"));
 }
 
-// One client with an HMI, a waiting stream with a mode, and a stream that holds the focus; and a bystander below.
+// One client with a stream that holds the focus, one that waits, one that has nothing but a mode, and an HMI.
 void tst_AudioModel::callerLeft_withSeveralSessions_callsNoneOfThem()
 {
     AudioModel model(Settings());
@@ -407,11 +407,15 @@ void tst_AudioModel::callerLeft_withSeveralSessions_callsNoneOfThem()
     const QString stream = R"({"sessionId":%1,"streamName":"%2","streamType":"Media","focusType":"%3"})";
     send(Role::App, "openSession", R"({"busName":"","objectPath":"/voice"})");
     send(Role::App, "openSession", R"({"busName":"","objectPath":"/song"})");
+    send(Role::App, "openSession", R"({"busName":"","objectPath":"/idle"})");
     send(Role::Hmi, "openSession", R"({"busName":"","objectPath":"/screen"})");
     send(Role::App, "registerAudioStream", stream.arg("1", "voice", "transient"));
     send(
         Role::App, "registerAudioStream",
         R"({"sessionId":2,"streamName":"song","streamType":"Media","focusType":"permanent","streamModeName":"/song"})");
+    send(
+        Role::App, "registerAudioStream",
+        R"({"sessionId":3,"streamName":"idle","streamType":"Media","focusType":"permanent","streamModeName":"/idle"})");
     send(Role::App, "requestAudioFocus", R"({"sessionId":2,"requestType":"request"})");
     send(Role::App, "requestAudioFocus", R"({"sessionId":1,"requestType":"request"})");
 
@@ -617,12 +621,15 @@ void tst_AudioModel::addedMode_offeredAtOneOfTwoDestinations_isAddedAtTheOther()
 {
     World world;
     world.OpenHmi("screen");
-    const QString change = R"("action":"%1","mode":"Bluetooth")";
-    QCOMPARE(LinesOf(RegisterMode(world, "a", "", "Bluetooth").effects),
-             QStringList{world.HmiCall("screen", "onModeListChange", change.arg("add"))});
-    QCOMPARE(LinesOf(world.App("a", "closeSession").effects),
-             QStringList{world.HmiCall("screen", "onModeListChange", change.arg("remove"))});
-    QCOMPARE(AllModes(world), QString(R"({"modeList":["Radio","Bluetooth","Video"]})"));
+    const QStringList modes{"Bluetooth", "Video"}; // of Cabin and of Rear
+    for (const QString& mode : modes) {
+        const QString change = R"("action":"%1","mode":"%2")";
+        QCOMPARE(LinesOf(RegisterMode(world, "a", "", mode).effects),
+                 QStringList{world.HmiCall("screen", "onModeListChange", change.arg("add", mode))});
+        QCOMPARE(LinesOf(world.App("a", "closeSession").effects),
+                 QStringList{world.HmiCall("screen", "onModeListChange", change.arg("remove", mode))});
+        QCOMPARE(AllModes(world), QString(R"({"modeList":["Radio","Bluetooth","Video"]})"));
+    }
 }
 
 void tst_AudioModel::addedMode_twice_staysUntilBothAreGone()

@@ -14,14 +14,6 @@ namespace Simulator {
 
 namespace {
 
-const Stream& StreamOf(const Session& session)
-{
-    if (!session.stream) {
-        throw Refusal(ErrorCode::NoStream, QStringLiteral("session %1 has no stream").arg(session.id));
-    }
-    return *session.stream;
-}
-
 QString ReadStreamModeName(const Parameters& parameters, const QString& focusType)
 {
     if (!parameters.Has(Key::StreamModeName)) {
@@ -183,76 +175,6 @@ QJsonObject AudioModel::RegisterAudioStream(Session& session, const Parameters& 
         m_Announcer.ModeListChanged(Value::Add, stream.modeName);
     }
     return {};
-}
-
-QJsonObject AudioModel::RequestAudioFocus(Session& session, const Parameters& parameters)
-{
-    const QString type = parameters.OneOf(Key::RequestType, Value::Query, Value::Request);
-    const bool isGranted = MayTakeFocus(session);
-    if (type == Value::Query) {
-        m_Announcer.FocusResult(session, isGranted ? Value::WouldBeGranted : Value::WouldFail);
-    } else if (isGranted) {
-        TakeFocus(session);
-    } else {
-        m_Announcer.FocusResult(session, Value::Failed);
-    }
-    return {};
-}
-
-QJsonObject AudioModel::AudioActive(Session& session, const Parameters& parameters)
-{
-    parameters.Flag(Key::Playing);
-    StreamOf(session);
-    return {};
-}
-
-QJsonObject AudioModel::AbandonAudioFocus(Session& session, const Parameters& parameters)
-{
-    parameters.NonEmptyText(Key::Reason);
-    const Stream stream = StreamOf(session);
-    const QVector<FocusChange> changes = m_Focus.GiveBack(session.id);
-    if (changes.isEmpty()) {
-        throw Refusal(ErrorCode::FocusNotHeld,
-                      QStringLiteral("stream \"%1\" has no focus to give back").arg(stream.name));
-    }
-    m_Announcer.FocusResult(session, Value::Abandoned);
-    AnnounceFocus(changes, session.id);
-    return {};
-}
-
-bool AudioModel::MayTakeFocus(const Session& session)
-{
-    const QString stream = StreamOf(session).name;
-    if (m_RefusedStreams.contains(stream)) {
-        return false;
-    }
-    const Session* const holder = m_Sessions.Find(m_Focus.Holder());
-    return !holder || holder->id == session.id || !m_LockedStreams.contains(StreamOf(*holder).name);
-}
-
-void AudioModel::TakeFocus(const Session& session)
-{
-    QVector<FocusChange> changes = m_Focus.Take(session.id, StreamOf(session).focusType == Value::Permanent);
-    const bool isNew = !changes.isEmpty();
-    if (isNew) {
-        changes.removeLast(); // its own, told as the result
-    }
-    AnnounceFocus(changes);
-    m_Announcer.FocusResult(session, Value::Granted);
-    if (isNew) {
-        m_Announcer.FocusBroadcast(session, Value::Gained);
-    }
-}
-
-void AudioModel::AnnounceFocus(const QVector<FocusChange>& changes, quint32 exceptSession)
-{
-    for (const FocusChange& change : changes) {
-        const Session& session = *m_Sessions.Find(change.sessionId);
-        if (session.id != exceptSession) {
-            m_Announcer.FocusChanged(session, change.newFocus);
-        }
-        m_Announcer.FocusBroadcast(session, change.newFocus);
-    }
 }
 
 void AudioModel::WithdrawMode(const Session& session)
