@@ -4,6 +4,7 @@
 #include "logging/Log.h"
 
 #include <QDBusConnection>
+#include <QDBusConnectionInterface>
 #include <QMutexLocker>
 
 namespace Audio::Utils::Kiv::QtDbus {
@@ -52,7 +53,9 @@ ServiceRegistrator::~ServiceRegistrator()
     if (count == 0) {
         qCDebug(Log) << "ServiceRegistrator::~ServiceRegistrator -- Unregistering DBus service:"
                      << m_ServiceName;
-        m_Connection.unregisterService(m_ServiceName);
+        if (m_Connection.interface() != nullptr) { // Qt crashes on a connection that never was one to a bus
+            m_Connection.unregisterService(m_ServiceName);
+        }
     } else if (count > 0) {
         qCDebug(Log) << "ServiceRegistrator::~ServiceRegistrator -- service is still being used, delaying "
                         "unregister of service:"
