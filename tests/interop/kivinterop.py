@@ -1,9 +1,11 @@
 # SPDX-License-Identifier: MIT
 """What the interoperability tests share: a private bus, a mocked service on it, and a client of the library."""
 
+import ctypes
 import os
 import queue
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -42,6 +44,15 @@ BUS_CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus
 """
 
 
+LIBC = ctypes.CDLL(None, use_errno=True)
+PR_SET_PDEATHSIG = 1
+
+
+def end_with_parent():
+    """Run in a child process: it must not outlive a test that crashes."""
+    LIBC.prctl(PR_SET_PDEATHSIG, signal.SIGTERM)
+
+
 def require_tool(name):
     """The path of a program, without which the tests fail."""
     path = shutil.which(name)
@@ -55,7 +66,8 @@ class Process:
 
     def __init__(self, command, environment=None, errors=None):
         self._process = subprocess.Popen(command, env=environment, stdin=subprocess.PIPE,
-                                         stdout=subprocess.PIPE, stderr=errors, text=True)
+                                         stdout=subprocess.PIPE, stderr=errors, text=True,
+                                         preexec_fn=end_with_parent)
         self._lines = queue.Queue()
         self._reader = threading.Thread(target=self._read, daemon=True)
         self._reader.start()

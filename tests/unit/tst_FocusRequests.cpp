@@ -85,7 +85,7 @@ private Q_SLOTS:
     void requestAudioFocus_withoutArgument_executesTheSwitch();
     void invokedByName_data();
     void invokedByName();
-    void completionSignal_emptyReason_followsNoRefusal();
+    void abandonAudioFocusAsync_afterAnEmptyReason_isTheFirstRequest();
 
     void abandonAudioFocus_emptyReason_isReported_data();
     void abandonAudioFocus_emptyReason_isReported();
@@ -455,7 +455,7 @@ void tst_FocusRequests::invokedByName()
     QTRY_COMPARE(app.events.All(), QStringList{event});
 }
 
-void tst_FocusRequests::completionSignal_emptyReason_followsNoRefusal()
+void tst_FocusRequests::abandonAudioFocusAsync_afterAnEmptyReason_isTheFirstRequest()
 {
     App app;
 
