@@ -12,6 +12,8 @@
 #include <QVector>
 
 #include <array>
+#include <cstddef>
+#include <new>
 
 namespace KivTest {
 
@@ -28,6 +30,22 @@ struct AppOptions
     bool isPermanent = true;
     QString destination;
     bool registersOnInitialize = false;
+};
+
+/** An application client whose memory is spoilt when it is deleted, so that a later look at it does not go well. */
+class FragileApp : public OpenedApp
+{
+public:
+    using OpenedApp::OpenedApp;
+
+    static void operator delete(void* memory, std::size_t size)
+    {
+        auto* bytes = static_cast<volatile unsigned char*>(memory);
+        for (std::size_t index = 0; index < size; ++index) {
+            bytes[index] = 0xdd;
+        }
+        ::operator delete(memory);
+    }
 };
 
 /** Writes down every signal of an application client, in order, as "Signal(arguments)", and on which thread it came. */

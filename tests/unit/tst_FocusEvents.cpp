@@ -29,8 +29,8 @@ struct App : FakeSurroundings
         delete client;
     }
 
-    QPointer<OpenedApp> client = new OpenedApp(registrator, kClientPath, "Player", connection, QString(),
-                                               true, QString(), factory, false);
+    QPointer<OpenedApp> client = new FragileApp(registrator, kClientPath, "Player", connection, QString(),
+                                                true, QString(), factory, false);
     AppEvents events{*client};
 };
 
