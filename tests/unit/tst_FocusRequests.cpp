@@ -4,6 +4,8 @@
 #include "MediaApp.h"
 #include "TestMain.h"
 
+#include <QDBusPendingCallWatcher>
+
 using namespace KivTest;
 
 Q_DECLARE_METATYPE(KivTest::RecordedRequest)
@@ -265,6 +267,7 @@ void tst_FocusRequests::async_accepted()
     QTRY_COMPARE(app.events.All(), QStringList{request.Completed(42, true)});
 
     QCOMPARE(app.events.Threads(), QVector<QThread*>{app.client.thread()});
+    QTRY_VERIFY(app.client.findChildren<QDBusPendingCallWatcher*>().isEmpty());
     QCOMPARE(app.Exchange().Requests(),
              (QVector<RecordedRequest>{{false, request.method, request.arguments}}));
     QCOMPARE(log.Records(), QVector<LogRecord>());
