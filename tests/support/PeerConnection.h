@@ -30,9 +30,15 @@ public:
 
     /** @param respond called for every message; sends the answer when it likes. */
     explicit PeerConnection(Respond respond)
+        : PeerConnection(std::move(respond), QStringLiteral("kiv-peer-%1").arg(smCount.fetchAndAddRelaxed(1)))
+    {
+    }
+
+    /** @param name the name of the calling end among the connections of this process. */
+    PeerConnection(Respond respond, const QString& name)
         : m_Object(std::move(respond)),
           m_Server(QStringLiteral("unix:tmpdir=/tmp")),
-          m_Name(QStringLiteral("kiv-peer-%1").arg(smCount.fetchAndAddRelaxed(1)))
+          m_Name(name)
     {
         m_Server.setAnonymousAuthenticationAllowed(true);
         QObject::connect(
