@@ -184,6 +184,7 @@ private Q_SLOTS:
     void sharedName_oneRegistratorEach_nameLivesAsLongAsTheLast();
 
     void handleReply_unfinishedReply_isWaitedFor();
+    void handleReply_unfinishedError_isWaitedFor();
     void asyncRequest_wrongSignature_completesWithFalse();
     void asyncRequest_busError_completesWithFalse();
 
@@ -282,6 +283,24 @@ void tst_Session::handleReply_unfinishedReply_isWaitedFor()
 
     QVERIFY(reply.isFinished());
     QCOMPARE(received, (Parameters{{"a", 1}}));
+    QVERIFY(fixture.log.Complaints().isEmpty());
+}
+
+void tst_Session::handleReply_unfinishedError_isWaitedFor()
+{
+    Fixture fixture;
+    fixture.on.service->Fail("slow", "com.example.Error", "too slow");
+    bool hasFailed = false;
+    const auto handler = [&hasFailed](bool failed, const Parameters&, unsigned int) {
+        return hasFailed = failed;
+    };
+
+    const QDBusPendingReply<QString> reply = fixture.client->StartRequest("slow", QString("{}"));
+    QCOMPARE(KivBaseClient::HandleReply(reply, handler, 5), true);
+
+    QVERIFY(reply.isFinished());
+    QVERIFY(hasFailed);
+    QCOMPARE(fixture.log.Complaints(), (QVector<LogRecord>{ReplyError("com.example.Error", "too slow")}));
 }
 
 void tst_Session::asyncRequest_wrongSignature_completesWithFalse()
