@@ -3,9 +3,9 @@
 #include "FakeService.h"
 #include "HmiSignals.h"
 #include "LogCapture.h"
+#include "LogTexts.h"
 #include "ServiceProviderProxyHmiFactory.h"
 #include "ServiceRegistrator.h"
-#include "Streamed.h"
 #include "TestClients.h"
 #include "TestMain.h"
 

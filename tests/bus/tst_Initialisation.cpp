@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "BusSurroundings.h"
-#include "ClientRecords.h"
 #include "LogCapture.h"
+#include "LogTexts.h"
 #include "OpenedBaseClient.h"
 #include "TestMain.h"
 
@@ -78,9 +78,9 @@ QVector<LogRecord> Export()
 /** What a session client writes while it opens its session, up to the end. */
 QVector<LogRecord> OpenedSession()
 {
-    return {RequestSent("openSession", kOpenArguments),
+    return {RequestBegins("openSession", kOpenArguments),
             ProxyAnswered("openSession", kOpenAnswer),
-            RequestSucceeded("openSession"),
+            RequestSucceeds("openSession"),
             Debug(R"(QMap(("sessionId", QVariant(int, 7))))"),
             Debug("SessionID = 7"),
             Debug("ServiceProviderClient::HandleInitializeProxy -- SUCCESS")};
@@ -223,7 +223,7 @@ void tst_Initialisation::servicePresent_initialisesAtOnce()
 
     QCOMPARE(fixture.client.Initialize(), KivBaseClient::INIT_STATE_SUCCESS);
 
-    QCOMPARE(WithoutTimes(fixture.log.Records()),
+    QCOMPARE(Timeless(fixture.log.Records()),
              (QVector<LogRecord>{kInitialize} + PromisingTry() + Export() + OpenedSession()));
     QCOMPARE(fixture.client.CurrentInitState(), KivBaseClient::INIT_STATE_SUCCESS);
     QCOMPARE(fixture.client.SessionId(), 7u);
@@ -262,7 +262,7 @@ void tst_Initialisation::serviceAppearsLate_initCompletesOnce()
     fixture.on.Settle();
 
     QCOMPARE(StatesOf(fixture.initCompleted), QVector<int>{KivBaseClient::INIT_STATE_SUCCESS});
-    QCOMPARE(WithoutTimes(fixture.log.Records()),
+    QCOMPARE(Timeless(fixture.log.Records()),
              (QVector<LogRecord>{OwnerChanged("", fixture.on.service->UniqueName()), kRegistered} +
               PromisingTry() + Export() + OpenedSession() +
               QVector<LogRecord>{SignalingCompleted("INIT_STATE_SUCCESS")}));
@@ -749,19 +749,19 @@ void tst_Initialisation::sessionRefused_fails_data()
                Critical(
                    QStringLiteral("ConcreteServiceProviderProxy::Request -- Error: %1 %2 Result: %3")
                        .arg(Streamed(QString("openSession")), Streamed(kOpenArguments), Streamed(errCode))),
-               RequestRefused("openSession", kOpenArguments, errCode)};
+               RequestFails("openSession", kOpenArguments, errCode)};
     QTest::newRow("no sessionId") << "{}"
-                                  << QVector<LogRecord>{RequestSucceeded("openSession"), Debug("QMap()")};
+                                  << QVector<LogRecord>{RequestSucceeds("openSession"), Debug("QMap()")};
     QTest::newRow("zero") << R"({"sessionId":0})"
-                          << QVector<LogRecord>{RequestSucceeded("openSession"),
+                          << QVector<LogRecord>{RequestSucceeds("openSession"),
                                                 Debug(R"(QMap(("sessionId", QVariant(int, 0))))"),
                                                 Debug("SessionID = 0")};
     QTest::newRow("text") << R"({"sessionId":"x"})"
-                          << QVector<LogRecord>{RequestSucceeded("openSession"),
+                          << QVector<LogRecord>{RequestSucceeds("openSession"),
                                                 Debug(R"(QMap(("sessionId", QVariant(QString, "x"))))"),
                                                 Debug("SessionID = 0")};
     QTest::newRow("not JSON") << "nonsense"
-                              << QVector<LogRecord>{RequestSucceeded("openSession"), Debug("QMap()")};
+                              << QVector<LogRecord>{RequestSucceeds("openSession"), Debug("QMap()")};
 }
 
 void tst_Initialisation::sessionRefused_fails()
@@ -775,9 +775,9 @@ void tst_Initialisation::sessionRefused_fails()
 
     QCOMPARE(fixture.client.Initialize(), KivBaseClient::INIT_STATE_FAILED);
 
-    QCOMPARE(WithoutTimes(fixture.log.Records()),
+    QCOMPARE(Timeless(fixture.log.Records()),
              (QVector<LogRecord>{kInitialize} + PromisingTry() + Export() +
-              QVector<LogRecord>{RequestSent("openSession", kOpenArguments),
+              QVector<LogRecord>{RequestBegins("openSession", kOpenArguments),
                                  ProxyAnswered("openSession", answer)} +
               records + QVector<LogRecord>{kFailed}));
     QCOMPARE(fixture.client.CurrentInitState(), KivBaseClient::INIT_STATE_FAILED);
@@ -814,12 +814,12 @@ void tst_Initialisation::busError_fails()
 
     QCOMPARE(fixture.client.Initialize(), KivBaseClient::INIT_STATE_FAILED);
 
-    QCOMPARE(WithoutTimes(fixture.log.Records()),
+    QCOMPARE(Timeless(fixture.log.Records()),
              (QVector<LogRecord>{kInitialize} + PromisingTry() + Export() +
               QVector<LogRecord>{
-                  RequestSent("openSession", kOpenArguments),
+                  RequestBegins("openSession", kOpenArguments),
                   Critical(R"(ConcreteServiceProviderProxy::Request -- D-Bus error: "no more sessions")"),
-                  RequestRefused("openSession", kOpenArguments, R"({ "errCode" : 0 })"), kFailed}));
+                  RequestFails("openSession", kOpenArguments, R"({ "errCode" : 0 })"), kFailed}));
     QCOMPARE(fixture.client.SessionId(), 0u);
 }
 
@@ -835,7 +835,7 @@ void tst_Initialisation::ownWorkFails_failsWithTheSessionOpen()
     QVector<LogRecord> records =
         QVector<LogRecord>{kInitialize} + PromisingTry() + Export() + OpenedSession();
     records.last() = kFailed;
-    QCOMPARE(WithoutTimes(fixture.log.Records()), records);
+    QCOMPARE(Timeless(fixture.log.Records()), records);
     QCOMPARE(fixture.client.SessionId(), 7u);
     QCOMPARE(fixture.client.m_InitializeCount, 1);
     fixture.client.Powerdown();

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "BusSurroundings.h"
-#include "ClientRecords.h"
 #include "LogCapture.h"
+#include "LogTexts.h"
 #include "TestMain.h"
 
 #include <QSignalSpy>
@@ -47,9 +47,9 @@ LogRecord CloseRecord(quint32 sessionId)
 /** What a blocking request writes when the service is not there. */
 QVector<LogRecord> AbsentRequest(const QString& methodName, const QString& arguments)
 {
-    return {RequestSent(methodName, arguments),
+    return {RequestBegins(methodName, arguments),
             Critical("ConcreteServiceProviderProxy::Request -- D-Bus error: " + Streamed(kAbsentText)),
-            RequestRefused(methodName, arguments, R"({ "errCode" : 0 })")};
+            RequestFails(methodName, arguments, R"({ "errCode" : 0 })")};
 }
 
 /** A client that does as the test says when the service calls it. */
@@ -230,12 +230,12 @@ void tst_Session::wholeLife_closesAndOpensAgain()
     QCOMPARE(fixture.on.service->ArgumentsOf("openSession"), (QStringList{kOpenArguments, kOpenArguments}));
     QCOMPARE(fixture.on.service->ArgumentsOf("closeSession"),
              (QStringList{kCloseArguments, R"({"sessionId":8})"}));
-    QCOMPARE(WithoutTimes(fixture.log.Records()),
+    QCOMPARE(Timeless(fixture.log.Records()),
              (QVector<LogRecord>{AsyncCall("closeSession", kCloseArguments),
                                  AsyncCall("openSession", kOpenArguments),
                                  Debug("ServiceProviderClient::HandleOpenSessionReply -- Session ID: 8"),
-                                 CloseRecord(8), RequestSent("closeSession", R"({"sessionId":8})"),
-                                 ProxyAnswered("closeSession", "{}"), RequestSucceeded("closeSession")}));
+                                 CloseRecord(8), RequestBegins("closeSession", R"({"sessionId":8})"),
+                                 ProxyAnswered("closeSession", "{}"), RequestSucceeds("closeSession")}));
 }
 
 void tst_Session::sharedName_oneRegistratorForBoth()
@@ -342,7 +342,7 @@ void tst_Session::serviceGone_blockingRequestsFail()
     QCOMPARE(fixture.client->ServiceRequest("getMode", R"({"a":1})", result), false);
 
     QCOMPARE(result, R"({ "errCode" : 0 })");
-    QCOMPARE(WithoutTimes(fixture.log.Records()), AbsentRequest("getMode", R"({"a":1})"));
+    QCOMPARE(Timeless(fixture.log.Records()), AbsentRequest("getMode", R"({"a":1})"));
     QCOMPARE(fixture.client->SessionId(), 7u);
     QCOMPARE(fixture.client->OpenSession(), false);
 }
@@ -357,7 +357,7 @@ void tst_Session::serviceGone_closeSessionForgetsTheSession()
     fixture.client->Powerdown();
 
     QCOMPARE(fixture.client->SessionId(), 0u);
-    QCOMPARE(WithoutTimes(fixture.log.Records()),
+    QCOMPARE(Timeless(fixture.log.Records()),
              QVector<LogRecord>{CloseRecord(7)} + AbsentRequest("closeSession", kCloseArguments));
 }
 
@@ -509,14 +509,14 @@ void tst_Session::powerdown_serviceRefuses_isQuietAfterwards()
 
     QCOMPARE(fixture.client->SessionId(), 0u);
     QCOMPARE(
-        WithoutTimes(fixture.log.Records()),
+        Timeless(fixture.log.Records()),
         (QVector<LogRecord>{
-            CloseRecord(7), RequestSent("closeSession", kCloseArguments),
+            CloseRecord(7), RequestBegins("closeSession", kCloseArguments),
             ProxyAnswered("closeSession", answer),
             Critical(QStringLiteral("ConcreteServiceProviderProxy::Request -- Error: \"closeSession\" %1 "
                                     "Result: %2")
                          .arg(Streamed(kCloseArguments), Streamed(answer))),
-            RequestRefused("closeSession", kCloseArguments, answer), CloseRecord(0)}));
+            RequestFails("closeSession", kCloseArguments, answer), CloseRecord(0)}));
 }
 
 void tst_Session::destroyedWithoutPowerdown_closesNothing()

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "BusSurroundings.h"
-#include "ClientRecords.h"
 #include "LogCapture.h"
+#include "LogTexts.h"
 #include "TestMain.h"
 
 #include <QAtomicPointer>

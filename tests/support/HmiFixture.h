@@ -4,7 +4,7 @@
 
 #include "HmiSignals.h"
 #include "LogCapture.h"
-#include "Streamed.h"
+#include "LogTexts.h"
 #include "TestClients.h"
 
 #include <QDBusPendingCallWatcher>

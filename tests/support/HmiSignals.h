@@ -3,7 +3,7 @@
 #define KIV_TESTS_HMISIGNALS_H
 
 #include "AudioManagerHmi.h"
-#include "Streamed.h"
+#include "LogTexts.h"
 
 #include <QObject>
 #include <QStringList>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "ClientRecords.h"
 #include "LogCapture.h"
+#include "LogTexts.h"
 #include "ServiceProviderAdaptor.h"
 #include "TestClients.h"
 #include "TestMain.h"
@@ -79,7 +79,7 @@ struct Fixture
 
 QVector<LogRecord> SessionRecords()
 {
-    return {RequestSent("openSession", kOpenArguments), RequestSucceeded("openSession"),
+    return {RequestBegins("openSession", kOpenArguments), RequestSucceeds("openSession"),
             Debug(R"(QMap(("sessionId", QVariant(int, 7))))"), Debug("SessionID = 7")};
 }
 
@@ -126,7 +126,7 @@ void tst_InboundCalls::initializeProxy_succeeds()
     QCOMPARE(fixture.client.SessionId(), 7u);
     QCOMPARE(fixture.client.m_SessionsAtInitialize, QVector<quint32>{7});
     QCOMPARE(fixture.Requests(), kOneOpenSession);
-    QCOMPARE(WithoutTimes(fixture.log.Records()),
+    QCOMPARE(Timeless(fixture.log.Records()),
              (QVector<LogRecord>{kStarted, kCreating} + SessionRecords() + QVector<LogRecord>{kSuccess}));
     QCOMPARE(fixture.initCompleted.size(), 0);
 }
@@ -169,11 +169,11 @@ void tst_InboundCalls::initializeProxy_sessionNotOpened_doesNoWorkOfItsOwn_data(
     QTest::addColumn<QVector<LogRecord>>("records");
     QTest::newRow("errCode") << R"({"errCode":5})"
                              << QVector<LogRecord>{
-                                    RequestRefused("openSession", kOpenArguments, R"({"errCode":5})")};
+                                    RequestFails("openSession", kOpenArguments, R"({"errCode":5})")};
     QTest::newRow("no sessionId") << "{}"
-                                  << QVector<LogRecord>{RequestSucceeded("openSession"), Debug("QMap()")};
+                                  << QVector<LogRecord>{RequestSucceeds("openSession"), Debug("QMap()")};
     QTest::newRow("sessionId 0") << R"({"sessionId":0})"
-                                 << QVector<LogRecord>{RequestSucceeded("openSession"),
+                                 << QVector<LogRecord>{RequestSucceeds("openSession"),
                                                        Debug(R"(QMap(("sessionId", QVariant(int, 0))))"),
                                                        Debug("SessionID = 0")};
 }
@@ -191,9 +191,9 @@ void tst_InboundCalls::initializeProxy_sessionNotOpened_doesNoWorkOfItsOwn()
     QCOMPARE(fixture.client.SessionId(), 0u);
     QVERIFY(fixture.client.m_SessionsAtInitialize.isEmpty());
     QCOMPARE(fixture.Requests(), kOneOpenSession);
-    QCOMPARE(WithoutTimes(fixture.log.Records()),
-             (QVector<LogRecord>{kStarted, kCreating, RequestSent("openSession", kOpenArguments)} + records +
-              QVector<LogRecord>{kFailed}));
+    QCOMPARE(Timeless(fixture.log.Records()),
+             (QVector<LogRecord>{kStarted, kCreating, RequestBegins("openSession", kOpenArguments)} +
+              records + QVector<LogRecord>{kFailed}));
 }
 
 void tst_InboundCalls::initializeProxy_sessionAlreadyOpen_fails()
@@ -220,7 +220,7 @@ void tst_InboundCalls::initializeProxy_ownWorkFails_failsWithTheSessionOpen()
     QCOMPARE(fixture.client.SessionId(), 7u);
     QCOMPARE(fixture.client.m_SessionsAtInitialize, QVector<quint32>{7});
     QCOMPARE(fixture.Requests(), kOneOpenSession);
-    QCOMPARE(WithoutTimes(fixture.log.Records()),
+    QCOMPARE(Timeless(fixture.log.Records()),
              (QVector<LogRecord>{kStarted, kCreating} + SessionRecords() + QVector<LogRecord>{kFailed}));
 }
 
@@ -347,10 +347,10 @@ void tst_InboundCalls::powerdown_closesTheSessionBeforeTheProxyGoes()
     QCOMPARE(fixture.Requests(), (QVector<RecordedRequest>{{true, "closeSession", R"({"sessionId":7})"}}));
     QCOMPARE(fixture.client.SessionId(), 0u);
     QCOMPARE(fixture.fakes.Exchange().ProxyCount(), 0);
-    QCOMPARE(WithoutTimes(fixture.log.Records()),
+    QCOMPARE(Timeless(fixture.log.Records()),
              (QVector<LogRecord>{
                  Debug(QStringLiteral("ServiceProviderClient::CloseSession \"%1\" 7").arg(kObjectPath)),
-                 RequestSent("closeSession", R"({"sessionId":7})"), RequestSucceeded("closeSession")}));
+                 RequestBegins("closeSession", R"({"sessionId":7})"), RequestSucceeds("closeSession")}));
 }
 
 void tst_InboundCalls::handlePowerdown_twice_closesOnce()
@@ -363,10 +363,10 @@ void tst_InboundCalls::handlePowerdown_twice_closesOnce()
 
     QCOMPARE(fixture.Requests(), (QVector<RecordedRequest>{{true, "closeSession", R"({"sessionId":7})"}}));
     QCOMPARE(fixture.fakes.Exchange().ProxyCount(), 1);
-    QCOMPARE(WithoutTimes(fixture.log.Records()),
+    QCOMPARE(Timeless(fixture.log.Records()),
              (QVector<LogRecord>{
                  Debug(QStringLiteral("ServiceProviderClient::CloseSession \"%1\" 7").arg(kObjectPath)),
-                 RequestSent("closeSession", R"({"sessionId":7})"), RequestSucceeded("closeSession"),
+                 RequestBegins("closeSession", R"({"sessionId":7})"), RequestSucceeds("closeSession"),
                  Debug(QStringLiteral("ServiceProviderClient::CloseSession \"%1\" 0").arg(kObjectPath))}));
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "ClientRecords.h"
 #include "FakeServiceProviderProxyFactory.h"
 #include "LogCapture.h"
+#include "LogTexts.h"
 #include "OpenedBaseClient.h"
 #include "PeerConnection.h"
 

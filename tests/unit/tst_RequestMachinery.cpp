@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "ClientRecords.h"
 #include "FakeServiceProviderProxyFactory.h"
 #include "LogCapture.h"
+#include "LogTexts.h"
 #include "OpenedBaseClient.h"
 #include "TestMain.h"
 
@@ -214,8 +214,9 @@ void tst_RequestMachinery::serviceRequest_succeeds_givesTheAnswerAndTwoRecords()
     QCOMPARE(result, R"({"currentMode":"A"})");
     QCOMPARE(fixture.Exchange().Requests(),
              (QVector<RecordedRequest>{{true, "getMode", R"({"sessionId":7})"}}));
-    QCOMPARE(WithoutTimes(fixture.log.Records()),
-             (QVector<LogRecord>{RequestSent("getMode", R"({"sessionId":7})"), RequestSucceeded("getMode")}));
+    QCOMPARE(
+        Timeless(fixture.log.Records()),
+        (QVector<LogRecord>{RequestBegins("getMode", R"({"sessionId":7})"), RequestSucceeds("getMode")}));
     QCOMPARE(fixture.client->m_RequestId, 0u);
 }
 
@@ -253,9 +254,9 @@ void tst_RequestMachinery::serviceRequest_withoutProxy_failsWithEmptyResult()
 
     QCOMPARE(result, QString());
     QCOMPARE(
-        WithoutTimes(fixture.log.Records()),
+        Timeless(fixture.log.Records()),
         (QVector<LogRecord>{
-            RequestSent("getMode", "{}"),
+            RequestBegins("getMode", "{}"),
             Critical("KivBaseClient::ServiceRequest -- Invalid Kiv Audio manager service proxy object!")}));
     QVERIFY(fixture.Exchange().Requests().isEmpty());
 }
@@ -280,9 +281,9 @@ void tst_RequestMachinery::serviceRequest_errCodeAnywhere_failsAndKeepsTheAnswer
     QCOMPARE(fixture.client->ServiceRequest("getMode", R"({"a":1})", result), false);
 
     QCOMPARE(result, answer);
-    QCOMPARE(WithoutTimes(fixture.log.Records()),
-             (QVector<LogRecord>{RequestSent("getMode", R"({"a":1})"),
-                                 RequestRefused("getMode", R"({"a":1})", answer)}));
+    QCOMPARE(Timeless(fixture.log.Records()),
+             (QVector<LogRecord>{RequestBegins("getMode", R"({"a":1})"),
+                                 RequestFails("getMode", R"({"a":1})", answer)}));
 }
 
 void tst_RequestMachinery::serviceRequest_almostErrCode_succeeds_data()
@@ -305,8 +306,8 @@ void tst_RequestMachinery::serviceRequest_almostErrCode_succeeds()
     QCOMPARE(fixture.client->ServiceRequest("getMode", "{}", result), true);
 
     QCOMPARE(result, answer);
-    QCOMPARE(WithoutTimes(fixture.log.Records()),
-             (QVector<LogRecord>{RequestSent("getMode", "{}"), RequestSucceeded("getMode")}));
+    QCOMPARE(Timeless(fixture.log.Records()),
+             (QVector<LogRecord>{RequestBegins("getMode", "{}"), RequestSucceeds("getMode")}));
 }
 
 void tst_RequestMachinery::serviceRequest_busError_failsLikeErrCode()
@@ -318,9 +319,9 @@ void tst_RequestMachinery::serviceRequest_busError_failsLikeErrCode()
     QCOMPARE(fixture.client->ServiceRequest("getMode", "{}", result), false);
 
     QCOMPARE(result, R"({ "errCode" : 0 })");
-    QCOMPARE(WithoutTimes(fixture.log.Records()),
-             (QVector<LogRecord>{RequestSent("getMode", "{}"),
-                                 RequestRefused("getMode", "{}", R"({ "errCode" : 0 })")}));
+    QCOMPARE(Timeless(fixture.log.Records()),
+             (QVector<LogRecord>{RequestBegins("getMode", "{}"),
+                                 RequestFails("getMode", "{}", R"({ "errCode" : 0 })")}));
 }
 
 void tst_RequestMachinery::startRequest_text_isSentAsItIs()

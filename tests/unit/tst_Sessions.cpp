@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "ClientRecords.h"
 #include "LogCapture.h"
+#include "LogTexts.h"
 #include "TestClients.h"
 #include "TestMain.h"
 
@@ -252,8 +252,8 @@ void tst_Sessions::openSession_succeeds()
     QCOMPARE(fixture.client.IsSessionOpen(), true);
     QCOMPARE(fixture.Requests(), (QVector<RecordedRequest>{{true, "openSession", kOpenArguments}}));
     QCOMPARE(
-        WithoutTimes(fixture.log.Records()),
-        (QVector<LogRecord>{RequestSent("openSession", kOpenArguments), RequestSucceeded("openSession"),
+        Timeless(fixture.log.Records()),
+        (QVector<LogRecord>{RequestBegins("openSession", kOpenArguments), RequestSucceeds("openSession"),
                             Debug(R"(QMap(("more", QVariant(bool, true))("sessionId", QVariant(int, 7))))"),
                             Debug("SessionID = 7")}));
     QCOMPARE(fixture.opened.size(), 0);
@@ -306,8 +306,8 @@ void tst_Sessions::openSession_answerWithoutUsableIdentifier_isFalse()
     QCOMPARE(fixture.client.OpenSession(), false);
 
     QCOMPARE(fixture.client.SessionId(), 0u);
-    QCOMPARE(WithoutTimes(fixture.log.Records()),
-             (QVector<LogRecord>{RequestSent("openSession", kOpenArguments), RequestSucceeded("openSession"),
+    QCOMPARE(Timeless(fixture.log.Records()),
+             (QVector<LogRecord>{RequestBegins("openSession", kOpenArguments), RequestSucceeds("openSession"),
                                  Debug(map), Debug("SessionID = 0")}));
 }
 
@@ -333,8 +333,8 @@ void tst_Sessions::openSession_answerWithoutKey_logsTheMapOnly()
     QCOMPARE(fixture.client.OpenSession(), false);
 
     QCOMPARE(fixture.client.SessionId(), 0u);
-    QCOMPARE(WithoutTimes(fixture.log.Records()),
-             (QVector<LogRecord>{RequestSent("openSession", kOpenArguments), RequestSucceeded("openSession"),
+    QCOMPARE(Timeless(fixture.log.Records()),
+             (QVector<LogRecord>{RequestBegins("openSession", kOpenArguments), RequestSucceeds("openSession"),
                                  Debug(map)}));
 }
 
@@ -355,9 +355,9 @@ void tst_Sessions::openSession_refused_isFalse()
     QCOMPARE(fixture.client.OpenSession(), false);
 
     QCOMPARE(fixture.client.SessionId(), 0u);
-    QCOMPARE(WithoutTimes(fixture.log.Records()),
-             (QVector<LogRecord>{RequestSent("openSession", kOpenArguments),
-                                 RequestRefused("openSession", kOpenArguments, answer)}));
+    QCOMPARE(Timeless(fixture.log.Records()),
+             (QVector<LogRecord>{RequestBegins("openSession", kOpenArguments),
+                                 RequestFails("openSession", kOpenArguments, answer)}));
 }
 
 void tst_Sessions::openSession_withoutProxy_isFalse()
@@ -369,9 +369,9 @@ void tst_Sessions::openSession_withoutProxy_isFalse()
     QCOMPARE(fixture.client.OpenSession(), false);
 
     QCOMPARE(
-        WithoutTimes(fixture.log.Records()),
+        Timeless(fixture.log.Records()),
         (QVector<LogRecord>{
-            RequestSent("openSession", kOpenArguments),
+            RequestBegins("openSession", kOpenArguments),
             Critical("KivBaseClient::ServiceRequest -- Invalid Kiv Audio manager service proxy object!")}));
 }
 
@@ -404,10 +404,10 @@ void tst_Sessions::closeSession_sendsTheIdentifierAndForgetsIt()
     QCOMPARE(fixture.client.SessionId(), 0u);
     QCOMPARE(fixture.Requests(),
              (QVector<RecordedRequest>{{true, "closeSession", R"({"sessionId":4294967295})"}}));
-    QCOMPARE(WithoutTimes(fixture.log.Records()),
+    QCOMPARE(Timeless(fixture.log.Records()),
              (QVector<LogRecord>{CloseRecord(4294967295u),
-                                 RequestSent("closeSession", R"({"sessionId":4294967295})"),
-                                 RequestSucceeded("closeSession")}));
+                                 RequestBegins("closeSession", R"({"sessionId":4294967295})"),
+                                 RequestSucceeds("closeSession")}));
     QCOMPARE(fixture.closed.size(), 0);
 }
 
@@ -419,9 +419,9 @@ void tst_Sessions::closeSession_refused_forgetsTheIdentifierAllTheSame()
     fixture.client.CloseSession();
 
     QCOMPARE(fixture.client.SessionId(), 0u);
-    QCOMPARE(WithoutTimes(fixture.log.Records()),
-             (QVector<LogRecord>{CloseRecord(7), RequestSent("closeSession", R"({"sessionId":7})"),
-                                 RequestRefused("closeSession", R"({"sessionId":7})", R"({"errCode":1})")}));
+    QCOMPARE(Timeless(fixture.log.Records()),
+             (QVector<LogRecord>{CloseRecord(7), RequestBegins("closeSession", R"({"sessionId":7})"),
+                                 RequestFails("closeSession", R"({"sessionId":7})", R"({"errCode":1})")}));
 }
 
 void tst_Sessions::closeSession_withoutProxy_forgetsTheIdentifierAllTheSame()
@@ -435,9 +435,9 @@ void tst_Sessions::closeSession_withoutProxy_forgetsTheIdentifierAllTheSame()
 
     QCOMPARE(fixture.client.SessionId(), 0u);
     QCOMPARE(
-        WithoutTimes(fixture.log.Records()),
+        Timeless(fixture.log.Records()),
         (QVector<LogRecord>{
-            CloseRecord(7), RequestSent("closeSession", R"({"sessionId":7})"),
+            CloseRecord(7), RequestBegins("closeSession", R"({"sessionId":7})"),
             Critical("KivBaseClient::ServiceRequest -- Invalid Kiv Audio manager service proxy object!")}));
 }
 
