@@ -37,7 +37,7 @@ public:
     /** @param name the name of the calling end among the connections of this process. */
     PeerConnection(Respond respond, const QString& name)
         : m_Object(std::move(respond)),
-          m_Server(QStringLiteral("unix:tmpdir=/tmp")),
+          m_Server(MakeServer()),
           m_Name(name)
     {
         m_Server.setAnonymousAuthenticationAllowed(true);
@@ -93,10 +93,19 @@ private:
         Respond m_Respond;
     };
 
+    // A server is never destroyed: Qt 5.15 deletes its private part on another thread while the destructor still
+    // holds a lock in it, which now and then ends in a hang.
+    static QDBusServer& MakeServer()
+    {
+        smServers.append(new QDBusServer(QStringLiteral("unix:tmpdir=/tmp")));
+        return *smServers.last();
+    }
+
+    inline static QVector<QDBusServer*>& smServers = *new QVector<QDBusServer*>;
     inline static QAtomicInt smCount;
 
     Object m_Object;
-    QDBusServer m_Server;
+    QDBusServer& m_Server;
     QString m_Name;
     QVector<QDBusConnection> m_Accepted;
 };
