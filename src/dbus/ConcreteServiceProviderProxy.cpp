@@ -36,7 +36,7 @@ QString ConcreteServiceProviderProxy::Request(const QString& methodName, const Q
         return QStringLiteral("{ \"errCode\" : 0 }"); // callers look for the key, not for its value
     }
 
-    QString result = reply.value();
+    const QString result = reply.value();
     qCDebug(Log) << "ConcreteServiceProviderProxy::Request:" << methodName << "Result:" << result;
     if (result.contains(Key::ErrCode)) {
         qCCritical(Log) << "ConcreteServiceProviderProxy::Request -- Error:" << methodName << arguments
