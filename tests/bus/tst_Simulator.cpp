@@ -3,15 +3,14 @@
 #include "FakeService.h"
 #include "LogCapture.h"
 #include "ServiceProviderProxyAppFactory.h"
-#include "ServiceProviderProxyHmiFactory.h"
 #include "ServiceRegistrator.h"
+#include "SimulatorProcess.h"
 #include "TestClients.h"
 #include "TestMain.h"
 
 #include <QDBusConnectionInterface>
 #include <QDBusReply>
 #include <QDBusVirtualObject>
-#include <QProcess>
 #include <QRegularExpression>
 #include <QSignalSpy>
 
@@ -23,77 +22,6 @@ using namespace KivTest;
 using namespace Audio::Utils::Kiv::QtDbus;
 
 namespace {
-
-const int kPatience = 30000;
-
-/** The simulator as a process of its own. */
-class SimulatorProcess
-{
-public:
-    explicit SimulatorProcess(const QStringList& arguments, bool hasSystemBus = true)
-    {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        if (!hasSystemBus) {
-            environment.remove("DBUS_SYSTEM_BUS_ADDRESS");
-        }
-        m_Process.setProcessEnvironment(environment);
-        m_Process.start(KIV_SIMULATOR_PROGRAM, arguments, QIODevice::ReadOnly);
-    }
-
-    ~SimulatorProcess()
-    {
-        m_Process.kill();
-        m_Process.waitForFinished();
-    }
-
-    bool WaitUntilReady()
-    {
-        return QTest::qWaitFor([this] { return Lines().value(0) == "ready"; }, kPatience);
-    }
-
-    /** The exit code; -1 when it has crashed or does not end. */
-    int WaitForExit()
-    {
-        const bool hasEnded =
-            m_Process.state() == QProcess::NotRunning || m_Process.waitForFinished(kPatience);
-        return hasEnded && m_Process.exitStatus() == QProcess::NormalExit ? m_Process.exitCode() : -1;
-    }
-
-    void Signal(int number) { ::kill(static_cast<pid_t>(m_Process.processId()), number); }
-
-    QString Output()
-    {
-        m_Output += m_Process.readAllStandardOutput();
-        return QString::fromUtf8(m_Output);
-    }
-
-    QString Errors() { return QString::fromUtf8(m_Process.readAllStandardError()); }
-
-    QStringList Lines() { return Output().split('\n', Qt::SkipEmptyParts); }
-
-private:
-    QProcess m_Process;
-    QByteArray m_Output;
-};
-
-/** A client of the library on the bus of this process. */
-struct HmiClient
-{
-    explicit HmiClient(const QString& path, const QString& destination = QString())
-        : hmi(registrator, path, connection, destination, factory, true)
-    {
-    }
-
-    QDBusConnection bus = QDBusConnection::systemBus();
-    ServiceRegistrator registrator{bus, kClientName};
-    AdaptorConnection connection{bus};
-    ServiceProviderProxyHmiFactory factory;
-    OpenedHmi hmi;
-    QSignalSpy modeChanged{&hmi, &AudioManagerHmi::SignalModeChanged};
-    QSignalSpy modeListChanged{&hmi, &AudioManagerHmi::SignalModeListChanged};
-    QSignalSpy focusChange{&hmi, &AudioManagerHmi::SignalAudioFocusChange};
-    QSignalSpy setModeCompleted{&hmi, &AudioManagerHmi::SignalSetModeCompleted};
-};
 
 struct AppClient
 {

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: MIT
+#ifndef KIV_TESTS_SIMULATORPROCESS_H
+#define KIV_TESTS_SIMULATORPROCESS_H
+
+#include "AdaptorConnection.h"
+#include "ServiceProviderProxyHmiFactory.h"
+#include "ServiceRegistrator.h"
+#include "TestClients.h"
+
+#include <QByteArray>
+#include <QDBusConnection>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QSignalSpy>
+#include <QString>
+#include <QStringList>
+#include <QTest>
+
+#include <csignal>
+
+namespace KivTest {
+
+/** How long a test waits for what has to happen, in milliseconds. */
+const int kPatience = 30000;
+
+/** The simulator as a process of its own; KIV_SIMULATOR_PROGRAM is its path. */
+class SimulatorProcess
+{
+public:
+    explicit SimulatorProcess(const QStringList& arguments, bool hasSystemBus = true)
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        if (!hasSystemBus) {
+            environment.remove("DBUS_SYSTEM_BUS_ADDRESS");
+        }
+        m_Process.setProcessEnvironment(environment);
+        m_Process.start(KIV_SIMULATOR_PROGRAM, arguments, QIODevice::ReadOnly);
+    }
+
+    ~SimulatorProcess()
+    {
+        m_Process.kill();
+        m_Process.waitForFinished();
+    }
+
+    bool WaitUntilReady()
+    {
+        return QTest::qWaitFor([this] { return Lines().value(0) == "ready"; }, kPatience);
+    }
+
+    /** The exit code; -1 when it has crashed or does not end. */
+    int WaitForExit()
+    {
+        const bool hasEnded =
+            m_Process.state() == QProcess::NotRunning || m_Process.waitForFinished(kPatience);
+        return hasEnded && m_Process.exitStatus() == QProcess::NormalExit ? m_Process.exitCode() : -1;
+    }
+
+    void Signal(int number) { ::kill(static_cast<pid_t>(m_Process.processId()), number); }
+
+    QString Output()
+    {
+        m_Output += m_Process.readAllStandardOutput();
+        return QString::fromUtf8(m_Output);
+    }
+
+    QString Errors() { return QString::fromUtf8(m_Process.readAllStandardError()); }
+
+    QStringList Lines() { return Output().split('\n', Qt::SkipEmptyParts); }
+
+private:
+    QProcess m_Process;
+    QByteArray m_Output;
+};
+
+/** An HMI client on the system bus of this process, as the simulator sees it. */
+struct HmiClient
+{
+    explicit HmiClient(const QString& path, const QString& destination = QString())
+        : hmi(registrator, path, connection, destination, factory, true)
+    {
+    }
+
+    QDBusConnection bus = QDBusConnection::systemBus();
+    Audio::Utils::Kiv::QtDbus::ServiceRegistrator registrator{bus, kClientName};
+    Audio::Utils::Kiv::QtDbus::AdaptorConnection connection{bus};
+    Audio::Utils::Kiv::QtDbus::ServiceProviderProxyHmiFactory factory;
+    OpenedHmi hmi;
+    QSignalSpy modeChanged{&hmi, &Audio::Utils::Kiv::QtDbus::AudioManagerHmi::SignalModeChanged};
+    QSignalSpy modeListChanged{&hmi, &Audio::Utils::Kiv::QtDbus::AudioManagerHmi::SignalModeListChanged};
+    QSignalSpy focusChange{&hmi, &Audio::Utils::Kiv::QtDbus::AudioManagerHmi::SignalAudioFocusChange};
+    QSignalSpy setModeCompleted{&hmi, &Audio::Utils::Kiv::QtDbus::AudioManagerHmi::SignalSetModeCompleted};
+};
+
+} // namespace KivTest
+
+#endif // KIV_TESTS_SIMULATORPROCESS_H
