@@ -35,9 +35,8 @@ class IServiceProviderProxyFactory;
  *
  * **Failures.** Nothing is thrown. Operations report failure by their result, and by a record in Qt's default
  * logging category: debug for the normal flow, warning for misuse, critical for failures. An …Async operation
- * returns 0 when it could not send its request, or when the bus has refused the request before the operation
- * returns (with no service on the bus, either this or a completion with false is seen); after a 0 no
- * completion signal follows.
+ * returns 0 when it could not send its request, and then no completion signal follows; a request that was sent
+ * completes exactly once while its client lives.
  *
  * **Ownership.** The client owns its proxy; it keeps a reference to the factory, which must outlive it.
  *

@@ -5,6 +5,7 @@
 #include "client/AsyncCall.h"
 #include "client/BlockingCall.h"
 #include "client/FailedReply.h"
+#include "client/ReplyWatch.h"
 #include "logging/Log.h"
 #include "protocol/Vocabulary.h"
 
@@ -272,8 +273,8 @@ quint32 AudioManagerHmi::SetModeAsync(const QString& aModeName)
     }
     // Carrying out the stored request completes under the identifier that was handed out for it.
     const quint32 storedId = aModeName == m_PendingMode ? m_PendingSetModeRequestId : 0;
-    return WatchReply(
-        reply,
+    return WatchStartedRequest(
+        *this, reply,
         CompleteWith<&AudioManagerHmi::HandleSetModeReply, &AudioManagerHmi::SignalSetModeCompleted>(this),
         storedId);
 }

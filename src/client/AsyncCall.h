@@ -3,6 +3,7 @@
 #define KIV_CLIENT_ASYNCCALL_H
 
 #include "KivBaseClient.h"
+#include "client/ReplyWatch.h"
 
 #include <QObject>
 #include <QThread>
@@ -79,8 +80,8 @@ quint32 CallAsync(Client* client, const AsyncOperation& operation, const Argumen
     if (IsOnForeignThread(*client)) {
         return ForwardToClientThread(*client, operation, arguments...);
     }
-    return client->WatchReply(std::invoke(Start, client, arguments...),
-                              CompleteWith<Reply, Completed>(client), 0);
+    return WatchStartedRequest(*client, std::invoke(Start, client, arguments...),
+                               CompleteWith<Reply, Completed>(client), 0);
 }
 
 } // namespace Audio::Utils::Kiv::QtDbus

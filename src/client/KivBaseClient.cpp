@@ -6,12 +6,12 @@
 #include "IServiceProviderProxyFactory.h"
 #include "JsonParameterParser.h"
 #include "client/FailedReply.h"
+#include "client/ReplyWatch.h"
 #include "logging/Log.h"
 #include "protocol/Vocabulary.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
-#include <QDBusPendingCallWatcher>
 #include <QThread>
 #include <QTime>
 
@@ -193,15 +193,7 @@ quint32 KivBaseClient::WatchReply(QDBusPendingReply<QString> reply, ReplyHandler
     if (reply.isError()) {
         return 0;
     }
-    const quint32 id = requestId != 0 ? requestId : GetNextRequestId();
-    auto* watcher = new QDBusPendingCallWatcher(reply, this);
-    const auto onFinished = [handler = std::move(handler), id](QDBusPendingCallWatcher* finished) {
-        const QDBusPendingReply<QString> finishedReply = *finished;
-        finished->deleteLater(); // first: the handler may delete the client, and the watcher with it
-        HandleReply(finishedReply, handler, id);
-    };
-    connect(watcher, &QDBusPendingCallWatcher::finished, watcher, onFinished, Qt::DirectConnection);
-    return id;
+    return AttachWatcher(*this, reply, std::move(handler), requestId);
 }
 
 bool KivBaseClient::HandleReply(QDBusPendingReply<QString> reply, const ReplyHandler& handler,
