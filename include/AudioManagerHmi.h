@@ -27,9 +27,13 @@ namespace Audio::Utils::Kiv::QtDbus {
  * - the same mode again keeps the stored request and returns its identifier;
  * - another mode that is not listed replaces it: SignalSetModeCompleted() reports the old identifier with
  *   false, while SetModeAsync() is still running;
- * - a listed mode is sent at once and leaves the stored request alone;
+ * - another mode that is listed is sent at once and leaves the stored request alone;
+ * - the stored mode itself, when it is listed by then, is sent under the stored identifier;
  * - a stored request that the service refuses stays stored, and is sent again when the mode is added again:
  *   its identifier can complete more than once.
+ *
+ * A stored request is sent by itself only when the service's event adds the mode, not when a query finds it in
+ * the list.
  *
  * A successful set does not change CurrentMode(): that follows the service's event, SignalModeChanged().
  *
@@ -111,8 +115,9 @@ public:
     /**
      * Asks for the current mode, blocking. No signal is emitted.
      *
-     * The answers of repeated blocking calls accumulate, and the first mode ever received stays the current
-     * one; use GetModeAsync() to learn a mode that has changed since.
+     * The answers of blocking calls accumulate, until a GetModeAsync() replaces them, and the first mode of
+     * them all becomes the current one. A blocking call can therefore set CurrentMode() back to a mode that
+     * SignalModeChanged() has made obsolete; use GetModeAsync() to learn a mode that may have changed.
      *
      * @param aDestination empty for all.
      * @return false without a session, or when the request failed; nothing changes then.

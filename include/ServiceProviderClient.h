@@ -109,14 +109,14 @@ public:
     /** Sends "closeSession" without waiting. Fails when no session is open. */
     QDBusPendingReply<QString> StartCloseSessionRequest();
 
-    /** Takes the session identifier from a reply. @return whether a session is open now. */
+    /** Takes the session identifier from a reply. @return whether it held one. */
     bool HandleOpenSessionReply(bool aError, QMap<QString, QVariant> aParameters);
 
     /** Forgets the session unless @p aError is set. @return whether it did. */
     bool HandleCloseSessionReply(bool aError, QMap<QString, QVariant> aParameters);
 
 Q_SIGNALS:
-    /** Answers OpenSessionAsync(): @p aResult tells whether a session is open now. */
+    /** Answers OpenSessionAsync(): @p aResult tells whether this request has opened a session. */
     void SignalOpenSessionCompleted(quint32 aRequestId, bool aResult);
 
     /** Answers CloseSessionAsync(). After a failure the session counts as open. */

@@ -81,7 +81,8 @@ private:
 
     void Report(quint32 id)
     {
-        const bool isStored = id == m_Hmi.PendingSetModeRequestId();
+        const bool isStored =
+            id == m_Hmi.PendingSetModeRequestId() && !m_Hmi.ModeList().contains(m_Hmi.PendingMode());
         const QString fate = id == 0 ? "not possible now" : isStored ? "waits for its mode" : "sent";
         Print(QStringLiteral("request %1 %2").arg(id).arg(fate));
     }
