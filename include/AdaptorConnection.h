@@ -14,8 +14,9 @@ namespace Audio::Utils::Kiv::QtDbus {
 /**
  * Exports one object on a bus connection, and removes it again when destroyed.
  *
- * Give each client an AdaptorConnection of its own: only the path of the *last* RegisterObject() call is
- * removed at the end, earlier ones stay on the connection.
+ * Give each client an AdaptorConnection and a path of its own. Only the path of the *last* RegisterObject() call
+ * is removed at the end; earlier ones stay on the connection. It is removed even when that call failed because
+ * another object has the path, and then that object is no longer reachable.
  *
  * Use it on the thread of the client. Nothing blocks.
  */

@@ -29,8 +29,12 @@ namespace Audio::Utils::Kiv::QtDbus {
  *   false, while SetModeAsync() is still running;
  * - another mode that is listed is sent at once and leaves the stored request alone;
  * - the stored mode itself, when it is listed by then, is sent under the stored identifier;
- * - a stored request that the service refuses stays stored, and is sent again when the mode is added again:
- *   its identifier can complete more than once.
+ * - a stored request that the service refuses stays stored, and is sent again when the mode is added again;
+ * - a stored request that is already on its way is not called back when another one replaces it.
+ *
+ * The identifier of a stored request can therefore complete more than once: after a refusal, when the same mode
+ * is requested again while it is on its way, and when it was replaced on its way (first false, then the service's
+ * own answer). A stored request survives the end of its session.
  *
  * A stored request is sent by itself only when the service's event adds the mode, not when a query finds it in
  * the list.

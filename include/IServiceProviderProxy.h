@@ -27,6 +27,9 @@ public:
     /**
      * Starts a request and returns at once.
      *
+     * A successful reply has to come over a D-Bus connection (a peer connection will do): Qt refuses the type of
+     * one that is made with `QDBusPendingCall::fromCompletedCall`, which therefore counts as failed.
+     *
      * @return the reply to come, or one that has already failed when the request could not be sent; a
      *        client's …Async operation then returns 0.
      */

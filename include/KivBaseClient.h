@@ -31,12 +31,15 @@ class IServiceProviderProxyFactory;
  *
  * **Threads.** A client belongs to one thread, which must run a Qt event loop; replies, reply handlers,
  * inbound calls, notifications and signals are handled there. Of the operations, only those whose names end
- * in Async may be called from other threads.
+ * in Async may be called from other threads. Construct a client on its thread: when it is moved to another one
+ * before Initialize(), the watcher for the service stays behind, and the constructing thread has to run an event
+ * loop too.
  *
  * **Failures.** Nothing is thrown. Operations report failure by their result, and by a record in Qt's default
  * logging category: debug for the normal flow, warning for misuse, critical for failures. An …Async operation
  * returns 0 when it could not send its request, and then no completion signal follows; a request that was sent
- * completes exactly once while its client lives.
+ * completes exactly once while its client lives (stored mode requests can share an identifier, see
+ * AudioManagerHmi).
  *
  * **Ownership.** The client owns its proxy; it keeps a reference to the factory, which must outlive it.
  *
@@ -54,6 +57,8 @@ class IServiceProviderProxyFactory;
  * - A service that calls the client back, and waits for the answer, while a blocking request waits for the
  *   service: the client's thread handles no events then, so that one of the two calls has to time out. Use
  *   the …Async operations with such a service.
+ * - Powerdown(), or any blocking operation, after the QCoreApplication is gone, in the destructor of a global for
+ *   instance: the bus is no longer served then, and the call never returns. Power down before.
  *
  * A client that is destroyed without Powerdown() deletes its proxy, but cannot close its session any more.
  */

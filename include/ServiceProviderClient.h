@@ -26,9 +26,10 @@ class IServiceRegistrator;
  * calls HandleInitialize(). It fails when any of the three does, and is not tried again.
  *
  * **Sessions.** The session identifier is 0 while no session is open. When the service leaves the bus, the
- * session is lost, but the client is not told: it keeps its identifier. To begin anew when the service is
- * back, watch the service's bus name, forget the old session with `HandleCloseSessionReply(false, {})`, which
- * sends nothing, and call OpenSessionAsync().
+ * session is lost, but the client is not told: it keeps its identifier. To begin anew when the service is back,
+ * watch the service's bus name, forget the old session with `HandleCloseSessionReply(false, {})`, which sends
+ * nothing, and call OpenSessionAsync(). While no session is open, a call of the service without an identifier is
+ * accepted, since a missing one counts as 0; who may call a client at all is for the policy of the bus to say.
  *
  * **Threads.** See KivBaseClient. The blocking operations wait up to about 25 s and handle no events
  * meanwhile.

@@ -37,9 +37,8 @@ public:
                 [this](bool isAdded, const QString& mode) {
                     Print((isAdded ? "mode added: " : "mode gone: ") + mode);
                 });
-        connect(&m_Hmi, &AudioManagerHmi::SignalSetModeCompleted, this, [this](quint32 id, bool ok) {
-            Print(QStringLiteral("request %1 %2").arg(id).arg(ok ? "done" : "failed"));
-        });
+        connect(&m_Hmi, &AudioManagerHmi::SignalSetModeCompleted, this,
+                [this](quint32 id, bool ok) { Tell(id, ok ? "done" : "failed"); });
         connect(&m_Hmi, &AudioManagerHmi::SignalAudioFocusChange, this,
                 [this](const QString& stream, const QString&, const QString&, const QString&, const QString&,
                        const QString& focus) { Print("focus of " + stream + ": " + focus); });
@@ -48,6 +47,7 @@ public:
 
 private:
     void Print(const QString& line) { m_Out << line << Qt::endl; }
+    void Tell(quint32 id, const char* fate) { Print(QStringLiteral("request %1 %2").arg(id).arg(fate)); }
 
     void PrintModes()
     {
@@ -59,7 +59,7 @@ private:
         if (state == KivBaseClient::INIT_STATE_SUCCESS) {
             PrintModes();
         } else if (state == KivBaseClient::INIT_STATE_WAITING_FOR_KIV) {
-            Print("waiting for the audio service");
+            Print(m_Bus.isConnected() ? "waiting for the audio service" : "there is no bus");
         } else {
             Print("the audio service gives no session");
             QCoreApplication::exit(1);
@@ -83,8 +83,7 @@ private:
     {
         const bool isStored =
             id == m_Hmi.PendingSetModeRequestId() && !m_Hmi.ModeList().contains(m_Hmi.PendingMode());
-        const QString fate = id == 0 ? "not possible now" : isStored ? "waits for its mode" : "sent";
-        Print(QStringLiteral("request %1 %2").arg(id).arg(fate));
+        Tell(id, id == 0 ? "not possible now" : isStored ? "waits for its mode" : "sent");
     }
 
     void Quit()
@@ -107,6 +106,10 @@ private:
 int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
+    if (argc != 1) {
+        QTextStream(stderr) << "usage: hmi-console" << Qt::endl;
+        return 2;
+    }
     std::optional<HmiConsole> console;
     // QT_LOGGING_RULES=default.debug=true shows the library's debug records.
     QLoggingCategory::setFilterRules("default.debug=false");

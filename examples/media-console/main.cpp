@@ -9,6 +9,7 @@
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QLoggingCategory>
+#include <QRegularExpression>
 #include <QTextStream>
 #include <QTimer>
 
@@ -45,23 +46,21 @@ public:
 
 private:
     void Print(const QString& line) { m_Out << line << Qt::endl; }
+    void Tell(quint32 id, const char* fate) { Print(QStringLiteral("request %1 %2").arg(id).arg(fate)); }
 
     void OnInitialized(KivBaseClient::InitState state)
     {
         if (state == KivBaseClient::INIT_STATE_SUCCESS) {
             Print("stream registered");
         } else if (state == KivBaseClient::INIT_STATE_WAITING_FOR_KIV) {
-            Print("waiting for the audio service");
+            Print(m_Bus.isConnected() ? "waiting for the audio service" : "there is no bus");
         } else {
             Print("the audio service takes no stream");
             QCoreApplication::exit(1);
         }
     }
 
-    void OnReply(quint32 id, bool ok)
-    {
-        Print(QStringLiteral("request %1 %2").arg(id).arg(ok ? "accepted" : "failed"));
-    }
+    void OnReply(quint32 id, bool ok) { Tell(id, ok ? "accepted" : "failed"); }
 
     void Obey(const QString& line)
     {
@@ -78,10 +77,7 @@ private:
         }
     }
 
-    void Report(quint32 id)
-    {
-        Print(QStringLiteral("request %1 %2").arg(id).arg(id != 0 ? "sent" : "not possible now"));
-    }
+    void Report(quint32 id) { Tell(id, id != 0 ? "sent" : "not possible now"); }
 
     void Quit()
     {
@@ -105,7 +101,8 @@ int main(int argc, char** argv)
     QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     const bool isTransient = arguments.value(2) == "--transient";
-    if (arguments.size() < 2 || arguments.size() > (isTransient ? 3 : 2)) {
+    const bool isNamed = QRegularExpression("^[A-Za-z_]\\w*$").match(arguments.value(1)).hasMatch();
+    if (!isNamed || arguments.size() != (isTransient ? 3 : 2)) {
         QTextStream(stderr) << "usage: media-console NAME [--transient]" << Qt::endl;
         return 2;
     }

@@ -6,6 +6,9 @@
 
 namespace Audio::Utils::Kiv::QtDbus {
 
+/** Stands in for Qt's default category while the process ends and Qt has destroyed its own: no debug output. */
+const QLoggingCategory& LateLog();
+
 /**
  * The category of every record of this library: Qt's default one.
  *
@@ -15,7 +18,8 @@ namespace Audio::Utils::Kiv::QtDbus {
  */
 inline const QLoggingCategory& Log()
 {
-    return *QLoggingCategory::defaultCategory();
+    const QLoggingCategory* category = QLoggingCategory::defaultCategory();
+    return category != nullptr ? *category : LateLog();
 }
 
 } // namespace Audio::Utils::Kiv::QtDbus
