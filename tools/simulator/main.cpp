@@ -23,7 +23,7 @@ int Fail(ExitCode code, const QString& text)
 
 int Serve(const Options& options)
 {
-    const TerminationSignal termination;
+    const Tools::TerminationSignal termination;
     const QDBusConnection connection =
         QDBusConnection::connectToBus(options.address, QStringLiteral("kiv-audio-simulator"));
     if (!connection.isConnected()) {
@@ -35,7 +35,7 @@ int Serve(const Options& options)
     AudioModel model(options.settings);
     const MessageLog log(options.isLogging);
     ServiceBus service(connection, model, log);
-    QObject::connect(&termination, &TerminationSignal::Received, &service, [] { QCoreApplication::quit(); });
+    QObject::connect(&termination, &Tools::TerminationSignal::Received, &service, [] { QCoreApplication::quit(); });
     QObject::connect(&service, &ServiceBus::Disconnected, &service,
                      [] { QCoreApplication::exit(Fail(ExitNoBus, QStringLiteral("the bus has gone"))); });
     if (!service.Start()) {
@@ -50,7 +50,7 @@ int Serve(const Options& options)
 
 int main(int argc, char** argv)
 {
-    TerminationSignal::Block();
+    Tools::TerminationSignal::Block();
     const QCoreApplication application(argc, argv);
     const Options options =
         ParseOptions(QCoreApplication::arguments(), qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS"));

@@ -8,7 +8,7 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
-namespace Simulator {
+namespace Tools {
 
 namespace {
 
@@ -35,6 +35,12 @@ void TerminationSignal::Block()
     ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 }
 
+void TerminationSignal::Unblock()
+{
+    const sigset_t signals = Signals();
+    ::pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+}
+
 TerminationSignal::TerminationSignal()
     : m_Descriptor(OpenDescriptor()),
       m_Notifier(new QSocketNotifier(m_Descriptor, QSocketNotifier::Read, this))
@@ -52,8 +58,8 @@ void TerminationSignal::Read()
 {
     signalfd_siginfo info;
     if (::read(m_Descriptor, &info, sizeof(info)) == static_cast<ssize_t>(sizeof(info))) {
-        Q_EMIT Received();
+        Q_EMIT Received(static_cast<int>(info.ssi_signo));
     }
 }
 
-} // namespace Simulator
+} // namespace Tools

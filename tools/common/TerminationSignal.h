@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#ifndef SIMULATOR_TERMINATIONSIGNAL_H
-#define SIMULATOR_TERMINATIONSIGNAL_H
+#ifndef TOOLS_TERMINATIONSIGNAL_H
+#define TOOLS_TERMINATIONSIGNAL_H
 
 #include <QObject>
 
 class QSocketNotifier;
 
-namespace Simulator {
+namespace Tools {
 
 /** SIGINT and SIGTERM as a Qt signal. */
 class TerminationSignal : public QObject
@@ -17,12 +17,15 @@ public:
     /** Keeps the two from ending the program. Call it before the first thread is started. */
     static void Block();
 
+    /** Undoes Block(). For a child process, between fork and exec; calls nothing else. */
+    static void Unblock();
+
     TerminationSignal();
     ~TerminationSignal() override;
 
 Q_SIGNALS:
-    /** One of the two has arrived, perhaps before this object was made. */
-    void Received();
+    /** One of the two has arrived, perhaps before this object was made. @param number SIGINT or SIGTERM. */
+    void Received(int number);
 
 private:
     void Read();
@@ -31,6 +34,6 @@ private:
     QSocketNotifier* m_Notifier;
 };
 
-} // namespace Simulator
+} // namespace Tools
 
-#endif // SIMULATOR_TERMINATIONSIGNAL_H
+#endif // TOOLS_TERMINATIONSIGNAL_H

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: MIT
+#ifndef KIVCTL_OUTPUT_H
+#define KIVCTL_OUTPUT_H
+
+#include <QJsonObject>
+#include <QString>
+
+namespace Kivctl {
+
+/**
+ * What the program says: data on standard output, at once and nothing else there; everything else on standard error.
+ *
+ * Belongs to the main thread.
+ */
+class Output
+{
+public:
+    enum class Format
+    {
+        Text,
+        Json ///< one object per line
+    };
+
+    explicit Output(Format format);
+
+    Format GetFormat() const;
+
+    /** Prints one datum: @p record as a line of JSON, or else @p text with a line end. */
+    void Print(const QJsonObject& record, const QString& text) const;
+
+    /** Prints "kivctl: <text>" on standard error. */
+    static void Complain(const QString& text);
+
+private:
+    const Format m_Format;
+};
+
+} // namespace Kivctl
+
+#endif // KIVCTL_OUTPUT_H
