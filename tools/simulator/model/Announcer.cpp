@@ -14,6 +14,9 @@ Announcer::Announcer(const SessionTable& sessions)
 
 void Announcer::Call(const Session& session, QLatin1String method, QJsonObject parameters)
 {
+    if (session.IsOfTheDevice()) {
+        return;
+    }
     parameters.insert(Key::SessionId, static_cast<qint64>(session.id));
     m_Effects.append(
         {Effect::Kind::Call, session.role, session.caller, session.objectPath, method, parameters});

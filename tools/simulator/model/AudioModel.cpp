@@ -2,6 +2,7 @@
 #include "AudioModel.h"
 
 #include "Refusal.h"
+#include "StreamParameters.h"
 #include "Vocabulary.h"
 
 #include <QHash>
@@ -12,34 +13,9 @@
 
 namespace Simulator {
 
-namespace {
-
-QString ReadStreamModeName(const Parameters& parameters, const QString& focusType)
-{
-    if (!parameters.Has(Key::StreamModeName)) {
-        return QString();
-    }
-    if (focusType != Value::Permanent) {
-        throw Refusal(ErrorCode::InvalidValue,
-                      QStringLiteral("only a stream with permanent focus can offer a mode"));
-    }
-    return parameters.NonEmptyText(Key::StreamModeName);
-}
-
-Stream ReadStream(const Parameters& parameters)
-{
-    Stream stream;
-    stream.name = parameters.NonEmptyText(Key::StreamName);
-    stream.type = parameters.NonEmptyText(Key::StreamType);
-    stream.focusType = parameters.OneOf(Key::FocusType, Value::Permanent, Value::Transient);
-    stream.modeName = ReadStreamModeName(parameters, stream.focusType);
-    return stream;
-}
-
-} // namespace
-
 AudioModel::AudioModel(const ModelSettings& settings)
-    : m_Modes(settings.modes),
+    : m_InitialModes(settings.modes),
+      m_Modes(settings.modes),
       m_Announcer(m_Sessions),
       m_RefusedStreams(settings.refusedStreams),
       m_LockedStreams(settings.lockedStreams)
@@ -99,7 +75,7 @@ Session& AudioModel::CallersSession(const Request& request, const Parameters& pa
 {
     const quint32 id = parameters.Number(Key::SessionId);
     Session* const session = m_Sessions.Find(id);
-    if (!session) {
+    if (!session || session->IsOfTheDevice()) {
         throw Refusal(ErrorCode::UnknownSession, QStringLiteral("there is no session %1").arg(id));
     }
     if (session->caller != request.caller || session->role != request.role) {
@@ -109,9 +85,8 @@ Session& AudioModel::CallersSession(const Request& request, const Parameters& pa
 }
 
 // The result is empty for all destinations, as everywhere inside.
-QString AudioModel::ReadDestination(const Parameters& parameters) const
+QString AudioModel::KnownDestination(const QString& destination) const
 {
-    const QString destination = parameters.Text(Key::Destination);
     if (destination == Value::All) {
         return QString();
     }
@@ -120,6 +95,11 @@ QString AudioModel::ReadDestination(const Parameters& parameters) const
                       QStringLiteral("there is no destination \"%1\"").arg(destination));
     }
     return destination;
+}
+
+QString AudioModel::ReadDestination(const Parameters& parameters) const
+{
+    return KnownDestination(parameters.Text(Key::Destination));
 }
 
 QJsonObject AudioModel::OpenSession(const Request& request, const Parameters& parameters)
@@ -155,12 +135,16 @@ QJsonObject AudioModel::GetMode(Session&, const Parameters& parameters)
 
 QJsonObject AudioModel::SetMode(Session& session, const Parameters& parameters)
 {
-    const QString mode = parameters.Text(Key::NewMode);
-    if (!m_Modes.Set(mode, session.destination)) {
+    SwitchMode(parameters.Text(Key::NewMode), session.destination);
+    return {};
+}
+
+void AudioModel::SwitchMode(const QString& mode, const QString& destination)
+{
+    if (!m_Modes.Set(mode, destination)) {
         throw Refusal(ErrorCode::ModeNotOffered, QStringLiteral("mode \"%1\" is not offered").arg(mode));
     }
     m_Announcer.ModeChanged(mode);
-    return {};
 }
 
 QJsonObject AudioModel::RegisterAudioStream(Session& session, const Parameters& parameters)
@@ -171,19 +155,28 @@ QJsonObject AudioModel::RegisterAudioStream(Session& session, const Parameters& 
                       QStringLiteral("session %1 has a stream already").arg(session.id));
     }
     session.stream = stream;
-    if (!stream.modeName.isEmpty() && m_Modes.Add(stream.modeName, session.destination)) {
-        m_Announcer.ModeListChanged(Value::Add, stream.modeName);
-    }
+    OfferMode(session);
     return {};
+}
+
+void AudioModel::OfferMode(const Session& session)
+{
+    const QString mode = session.stream->modeName;
+    if (!mode.isEmpty() && m_Modes.Add(mode, session.destination)) {
+        m_Announcer.ModeListChanged(Value::Add, mode);
+    }
 }
 
 void AudioModel::WithdrawMode(const Session& session)
 {
     const QString mode = session.stream ? session.stream->modeName : QString();
-    if (mode.isEmpty()) {
-        return;
+    if (!mode.isEmpty()) {
+        AnnounceRemoval(mode, m_Modes.Remove(mode, session.destination));
     }
-    const ModeTable::Removal removal = m_Modes.Remove(mode, session.destination);
+}
+
+void AudioModel::AnnounceRemoval(const QString& mode, const ModeTable::Removal& removal)
+{
     if (removal.isGone) {
         m_Announcer.ModeListChanged(Value::Remove, mode);
     }
@@ -223,6 +216,11 @@ QVector<Effect> AudioModel::CallerLeft(const QString& caller)
 bool AudioModel::HasSessions(const QString& caller) const
 {
     return !m_Sessions.OfCaller(caller).isEmpty();
+}
+
+QVector<Session> AudioModel::Sessions() const
+{
+    return m_Sessions.OfClients();
 }
 
 } // namespace Simulator

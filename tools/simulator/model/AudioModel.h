@@ -6,6 +6,7 @@
 #include "FocusStack.h"
 #include "Message.h"
 #include "ModeTable.h"
+#include "PanelOutcome.h"
 #include "Parameters.h"
 #include "SessionTable.h"
 
@@ -25,8 +26,8 @@ struct ModelSettings
 /**
  * A small audio management service: sessions, modes and focus, without a bus.
  *
- * It is told what clients ask for, and that they have left, and says what to answer and what to do. A request that is
- * refused changes nothing. How it decides is this project's own idea of such a service.
+ * It is told what clients ask for, that they have left, and what happens at the device itself, and says what to answer
+ * and what to do. A request that is refused changes nothing. How it decides is this project's own idea of such a service.
  */
 class AudioModel
 {
@@ -43,6 +44,29 @@ public:
 
     /** Whether a client has a session. */
     bool HasSessions(const QString& caller) const;
+
+    /** The sessions of clients, in the order of their opening; not those of the device's own streams. */
+    QVector<Session> Sessions() const;
+
+    // What happens at the device itself. An empty destination means all of them.
+
+    /** Adds a mode of the device itself. It stays until it was removed as often as it was added. */
+    PanelOutcome AddMode(const QString& mode, const QString& destination);
+
+    /** Removes a mode of the device itself wherever it is one; each destination keeps at least one such mode. */
+    PanelOutcome RemoveMode(const QString& mode, const QString& destination);
+
+    /** The user switches to a mode, as an HMI does with "setMode". */
+    PanelOutcome PressMode(const QString& mode, const QString& destination);
+
+    /** The device starts a stream of its own, which must get the focus. Its name is no other such stream's. */
+    PanelOutcome StartStream(const Stream& stream, const QString& destination);
+
+    /** A stream of the device ends: its focus goes, and its mode. */
+    PanelOutcome StopStream(const QString& name);
+
+    /** The service restarts: all is as at the start, but identifiers go on counting. Nobody is told. */
+    void LoseSessions();
 
 private:
     using Operation = QJsonObject (AudioModel::*)(Session& session, const Parameters& parameters);
@@ -61,14 +85,23 @@ private:
     QJsonObject AudioActive(Session& session, const Parameters& parameters);
     QJsonObject AbandonAudioFocus(Session& session, const Parameters& parameters);
 
+    template <typename Deed>
+    PanelOutcome AtThePanel(Deed deed);
+
+    QString KnownDestination(const QString& destination) const;
     QString ReadDestination(const Parameters& parameters) const;
-    bool MayTakeFocus(const Session& session);
+    QString PanelDestination(const QString& destination) const;
+    void SwitchMode(const QString& mode, const QString& destination);
+    void OfferMode(const Session& session);
+    void WithdrawMode(const Session& session);
+    void AnnounceRemoval(const QString& mode, const ModeTable::Removal& removal);
+    QString FocusObstacle(const Session& session);
     void TakeFocus(const Session& session);
     void AnnounceFocus(const QVector<FocusChange>& changes, quint32 exceptSession = 0);
-    void WithdrawMode(const Session& session);
     void EndSession(quint32 id);
 
     SessionTable m_Sessions;
+    const QVector<DestinationModes> m_InitialModes;
     ModeTable m_Modes;
     FocusStack m_Focus;
     Announcer m_Announcer;

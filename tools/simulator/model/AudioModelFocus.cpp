@@ -21,7 +21,7 @@ const Stream& StreamOf(const Session& session)
 QJsonObject AudioModel::RequestAudioFocus(Session& session, const Parameters& parameters)
 {
     const QString type = parameters.OneOf(Key::RequestType, Value::Query, Value::Request);
-    const bool isGranted = MayTakeFocus(session);
+    const bool isGranted = FocusObstacle(session).isEmpty();
     if (type == Value::Query) {
         m_Announcer.FocusResult(session, isGranted ? Value::WouldBeGranted : Value::WouldFail);
     } else if (isGranted) {
@@ -53,14 +53,18 @@ QJsonObject AudioModel::AbandonAudioFocus(Session& session, const Parameters& pa
     return {};
 }
 
-bool AudioModel::MayTakeFocus(const Session& session)
+// Why a session cannot have the focus; empty when it can.
+QString AudioModel::FocusObstacle(const Session& session)
 {
     const QString stream = StreamOf(session).name;
     if (m_RefusedStreams.contains(stream)) {
-        return false;
+        return QStringLiteral("stream \"%1\" is always refused the focus").arg(stream);
     }
     const Session* const holder = m_Sessions.Find(m_Focus.Holder());
-    return !holder || holder->id == session.id || !m_LockedStreams.contains(StreamOf(*holder).name);
+    if (!holder || holder->id == session.id || !m_LockedStreams.contains(StreamOf(*holder).name)) {
+        return QString();
+    }
+    return QStringLiteral("stream \"%1\" holds the focus and is locked").arg(holder->stream->name);
 }
 
 void AudioModel::TakeFocus(const Session& session)

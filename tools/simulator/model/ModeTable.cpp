@@ -22,7 +22,7 @@ void ForEach(Entries& entries, const QString& destination, Visit visit)
 ModeTable::ModeTable(const QVector<DestinationModes>& initial)
 {
     for (const DestinationModes& one : initial) {
-        m_Entries.append({one.destination, one.modes, one.modes.value(0)});
+        m_Entries.append({one.destination, one.modes, one.modes, one.modes.value(0)});
     }
 }
 
@@ -70,21 +70,60 @@ bool ModeTable::Add(const QString& mode, const QString& destination)
     return isNew;
 }
 
+bool ModeTable::AddOwn(const QString& mode, const QString& destination)
+{
+    ForEach(m_Entries, destination, [&](Entry& entry) { entry.ownModes.append(mode); });
+    return Add(mode, destination);
+}
+
+bool ModeTable::HasOwn(const QString& mode, const QString& destination) const
+{
+    bool isOwn = false;
+    ForEach(m_Entries, destination,
+            [&](const Entry& entry) { isOwn = isOwn || entry.ownModes.contains(mode); });
+    return isOwn;
+}
+
+QString ModeTable::EmptiedBy(const QString& mode, const QString& destination) const
+{
+    QStringList emptied;
+    ForEach(m_Entries, destination, [&](const Entry& entry) {
+        if (entry.ownModes == QStringList(mode)) {
+            emptied.append(entry.destination);
+        }
+    });
+    return emptied.value(0);
+}
+
+void ModeTable::RemoveFrom(Entry& entry, const QString& mode, Removal& removal)
+{
+    entry.modes.removeAt(entry.modes.lastIndexOf(mode));
+    if (entry.modes.contains(mode)) {
+        return;
+    }
+    removal.isGone = true;
+    if (entry.current == mode) {
+        entry.current = entry.modes.first();
+        removal.newModes += entry.current;
+        removal.newModes.removeDuplicates();
+    }
+}
+
 ModeTable::Removal ModeTable::Remove(const QString& mode, const QString& destination)
 {
     Removal removal;
+    ForEach(m_Entries, destination, [&](Entry& entry) { RemoveFrom(entry, mode, removal); });
+    return removal;
+}
+
+ModeTable::Removal ModeTable::RemoveOwn(const QString& mode, const QString& destination)
+{
+    Removal removal;
     ForEach(m_Entries, destination, [&](Entry& entry) {
-        entry.modes.removeAt(entry.modes.lastIndexOf(mode));
-        if (entry.modes.contains(mode)) {
-            return;
-        }
-        removal.isGone = true;
-        if (entry.current == mode) {
-            entry.current = entry.modes.first();
-            removal.newModes += entry.current;
+        if (entry.ownModes.removeOne(mode)) {
+            RemoveFrom(entry, mode, removal);
         }
     });
-    removal.newModes.removeDuplicates();
     return removal;
 }
 

@@ -8,7 +8,7 @@
 
 namespace Simulator {
 
-/** A destination and the modes that it always offers: at least one, none twice. */
+/** A destination and the modes that it offers from the start: at least one, none twice. */
 struct DestinationModes
 {
     QString destination;
@@ -22,6 +22,8 @@ struct DestinationModes
 
 /**
  * The modes that each destination offers, and the current one of each: the first, to begin with.
+ *
+ * A mode is the device's own, or a stream's; it can be both. Each destination keeps at least one of the device's own.
  *
  * Where a destination is an argument, an empty text means all of them. A mode that is added while it is offered
  * already is offered until it was removed as often; so a list never holds a mode twice, and never becomes empty.
@@ -45,6 +47,15 @@ public:
     /** Adds a mode. @return whether a destination offers it that did not. */
     bool Add(const QString& mode, const QString& destination);
 
+    /** Adds a mode of the device itself. @return whether a destination offers it that did not. */
+    bool AddOwn(const QString& mode, const QString& destination);
+
+    /** Whether a mode is the device's own at a destination. */
+    bool HasOwn(const QString& mode, const QString& destination) const;
+
+    /** The first destination that has no other mode of the device itself; empty when there is none. */
+    QString EmptiedBy(const QString& mode, const QString& destination) const;
+
     /** What a removal has done. */
     struct Removal
     {
@@ -52,16 +63,22 @@ public:
         QStringList newModes; ///< the modes that have become current in its place, without repeating one
     };
 
-    /** Removes a mode that was added. The first mode becomes current where the removed one was. */
+    /** Removes a stream's mode, which was added. The first mode becomes current where the removed one was. */
     Removal Remove(const QString& mode, const QString& destination);
+
+    /** Removes a mode wherever it is the device's own. EmptiedBy() must be empty. */
+    Removal RemoveOwn(const QString& mode, const QString& destination);
 
 private:
     struct Entry
     {
         QString destination;
-        QStringList modes; ///< may repeat a mode that was added again; the first counts for the order
+        QStringList modes;    ///< may repeat a mode that was added again; the first counts for the order
+        QStringList ownModes; ///< those among them that are the device's own
         QString current;
     };
+
+    static void RemoveFrom(Entry& entry, const QString& mode, Removal& removal);
 
     QVector<Entry> m_Entries;
 };

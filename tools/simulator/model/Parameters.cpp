@@ -47,6 +47,11 @@ Parameters::Parameters(const QString& arguments)
     m_Object = document.object();
 }
 
+Parameters::Parameters(const QJsonObject& object)
+    : m_Object(object)
+{
+}
+
 QJsonValue Parameters::Value(QLatin1String key, QJsonValue::Type type) const
 {
     const QJsonValue value = m_Object.value(key);

@@ -18,6 +18,8 @@ public:
     /** @param arguments a JSON text; a Refusal when it is not that of an object. */
     explicit Parameters(const QString& arguments);
 
+    explicit Parameters(const QJsonObject& object);
+
     bool Has(QLatin1String key) const;
 
     /** A text, which may be empty. */

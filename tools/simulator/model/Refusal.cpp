@@ -16,6 +16,11 @@ QJsonObject Refusal::Reply() const
     return {{Key::ErrCode, static_cast<int>(m_Code)}, {Key::ErrMessage, m_Message}};
 }
 
+QString Refusal::Message() const
+{
+    return m_Message;
+}
+
 const char* Refusal::what() const noexcept
 {
     return "request refused";

@@ -30,7 +30,7 @@ enum class ErrorCode
 /**
  * Ends the handling of a request; nothing has changed when it is thrown.
  *
- * It never leaves AudioModel, which makes the answer of it.
+ * It never leaves AudioModel, which makes the answer of it, or the complaint about what was done at the device.
  */
 class Refusal : public std::exception
 {
@@ -39,6 +39,9 @@ public:
 
     /** {"errCode":…,"errMessage":…}. */
     QJsonObject Reply() const;
+
+    /** What was expected, as a text. */
+    QString Message() const;
 
     const char* what() const noexcept override;
 

@@ -19,15 +19,17 @@ struct Stream
     QString focusType; ///< "permanent" or "transient"
 };
 
-/** A client's session. */
+/** A client's session, or the place of a stream of the device itself among them, which no client has. */
 struct Session
 {
     quint32 id = 0; ///< never 0 once the session is open
     Role role = Role::Hmi;
-    QString caller;      ///< the client's unique bus name
+    QString caller;      ///< the client's unique bus name; empty for the device
     QString objectPath;  ///< the object through which the client is called
     QString destination; ///< empty for all destinations
     std::optional<Stream> stream;
+
+    bool IsOfTheDevice() const { return caller.isEmpty(); }
 };
 
 } // namespace Simulator

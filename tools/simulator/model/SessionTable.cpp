@@ -45,9 +45,26 @@ QVector<Session> SessionTable::OfCaller(const QString& caller) const
     return Select([&caller](const Session& session) { return session.caller == caller; });
 }
 
+QVector<Session> SessionTable::OfClients() const
+{
+    return Select([](const Session& session) { return !session.IsOfTheDevice(); });
+}
+
+quint32 SessionTable::IdOfDeviceStream(const QString& name) const
+{
+    const QVector<Session> found = Select(
+        [&name](const Session& session) { return session.IsOfTheDevice() && session.stream->name == name; });
+    return found.value(0).id;
+}
+
 void SessionTable::Close(quint32 id)
 {
     m_Sessions.remove(id);
+}
+
+void SessionTable::CloseAll()
+{
+    m_Sessions.clear();
 }
 
 } // namespace Simulator

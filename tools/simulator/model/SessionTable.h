@@ -32,7 +32,16 @@ public:
     /** The sessions of a client, in the order of their opening. */
     QVector<Session> OfCaller(const QString& caller) const;
 
+    /** The sessions of all clients, in the order of their opening. */
+    QVector<Session> OfClients() const;
+
+    /** The identifier of the device's own stream of a name; 0 when there is none. */
+    quint32 IdOfDeviceStream(const QString& name) const;
+
     void Close(quint32 id);
+
+    /** Closes all sessions; identifiers go on counting. */
+    void CloseAll();
 
 private:
     template <typename Predicate>
