@@ -89,6 +89,8 @@ const Table kModes{
      {"mode of a stream, no longer of the device", "permanent", "", "",
       "station register, device remove Radio"},
      {"added mode, current", "permanent", "", "", "device add Tape Cabin, device press Tape"},
+     {"added mode, current where the first is the same", "permanent", "", "",
+      "device remove Video Rear, device add Tape, device press Tape"},
      {"mode added twice", "permanent", "", "", "device add Tape, device add Tape Rear"},
      {"one mode left", "permanent", "", "", "device remove Radio, device add Tape Rear"},
      {"one mode left beside that of a stream", "permanent", "", "",
