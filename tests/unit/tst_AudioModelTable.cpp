@@ -413,7 +413,7 @@ private:
         return initial.destination + " " + modes.join(' ');
     }
 
-    // The holder first. A newcomer makes everybody lose the focus, from the top down; but for a locked holder.
+    // The holder first. A newcomer makes everybody lose the focus, top down; but for a locked one.
     QStringList TakeStack()
     {
         Do("probe open");

@@ -9,7 +9,11 @@
 
 namespace Simulator {
 
-/** Words what has happened as calls and broadcasts, and collects them in order. The device's own streams are not called. */
+/**
+ * Words what has happened as calls and broadcasts, and collects them in order.
+ *
+ * The device's own streams are not called.
+ */
 class Announcer
 {
 public:

@@ -26,8 +26,9 @@ struct ModelSettings
 /**
  * A small audio management service: sessions, modes and focus, without a bus.
  *
- * It is told what clients ask for, that they have left, and what happens at the device itself, and says what to answer
- * and what to do. A request that is refused changes nothing. How it decides is this project's own idea of such a service.
+ * It is told what clients ask for, that they have left, and what happens at the device itself; it says what to
+ * answer and what to do. A request that is refused changes nothing. How it decides is this project's own idea of
+ * such a service.
  */
 class AudioModel
 {
@@ -53,13 +54,13 @@ public:
     /** Adds a mode of the device itself. It stays until it was removed as often as it was added. */
     PanelOutcome AddMode(const QString& mode, const QString& destination);
 
-    /** Removes a mode of the device itself wherever it is one; each destination keeps at least one such mode. */
+    /** Removes a mode of the device itself, wherever it is one. Each destination keeps at least one such. */
     PanelOutcome RemoveMode(const QString& mode, const QString& destination);
 
     /** The user switches to a mode, as an HMI does with "setMode". */
     PanelOutcome PressMode(const QString& mode, const QString& destination);
 
-    /** The device starts a stream of its own, which must get the focus. Its name is no other such stream's. */
+    /** Starts a stream of the device itself, which must get the focus. No other such has its name. */
     PanelOutcome StartStream(const Stream& stream, const QString& destination);
 
     /** A stream of the device ends: its focus goes, and its mode. */

@@ -23,10 +23,11 @@ struct DestinationModes
 /**
  * The modes that each destination offers, and the current one of each: the first, to begin with.
  *
- * A mode is the device's own, or a stream's; it can be both. Each destination keeps at least one of the device's own.
+ * A mode is the device's own, or a stream's; it can be both. Each destination keeps at least one of the device's
+ * own, so a list never becomes empty. A mode that is added while it is offered already is offered until it was
+ * removed as often; so a list never holds a mode twice.
  *
- * Where a destination is an argument, an empty text means all of them. A mode that is added while it is offered
- * already is offered until it was removed as often; so a list never holds a mode twice, and never becomes empty.
+ * Where a destination is an argument, an empty text means all of them.
  */
 class ModeTable
 {

@@ -30,7 +30,8 @@ enum class ErrorCode
 /**
  * Ends the handling of a request; nothing has changed when it is thrown.
  *
- * It never leaves AudioModel, which makes the answer of it, or the complaint about what was done at the device.
+ * It never leaves AudioModel, which makes the answer of it, or the complaint about what was to be done at the
+ * device.
  */
 class Refusal : public std::exception
 {
