@@ -6,7 +6,7 @@ set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
 # Packages of Debian 12.
-build_packages=(g++ cmake ninja-build pkg-config qtbase5-dev qtbase5-dev-tools libcjson-dev)
+build_packages=(g++ cmake ninja-build pkg-config qtbase5-dev qtbase5-dev-tools libcjson-dev rapidjson-dev)
 demo_packages=("${build_packages[@]}" dbus-daemon)
 test_packages=("${demo_packages[@]}" binutils dbus-bin libglib2.0-bin systemd python3 python3-dbusmock)
 

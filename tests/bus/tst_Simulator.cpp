@@ -151,6 +151,7 @@ private Q_SLOTS:
     void version_isPrinted();
     void noBus_endsWithThree();
     void busGone_endsWithThree();
+    void nameTaken_endsWithFour_data();
     void nameTaken_endsWithFour();
     void signal_endsWithZero_data();
     void signal_endsWithZero();
@@ -231,10 +232,10 @@ void tst_Simulator::help_tellsTheExitCodes()
     SimulatorProcess simulator({"--help"}, false);
     QCOMPARE(simulator.WaitForExit(), 0);
     const QString help = simulator.Output();
-    QVERIFY(help.contains("Exit codes: 0 ended by a signal (or --help, --version), 2 wrong usage,\n"
-                          "3 no bus, or the bus has gone, 4 the service's bus name is taken."));
-    for (const char* option :
-         {"--address", "--modes", "--refuse", "--lock", "--log", "--help", "--version"}) {
+    QVERIFY(help.contains("Exit codes: 0 ended by a signal (or --help, --version), 2 wrong usage or\n"
+                          "scenario, 3 no bus, or the bus has gone, 4 a bus name is taken."));
+    for (const char* option : {"--address", "--scenario", "--seed", "--destinations", "--modes", "--refuse",
+                               "--lock", "--delay", "--log", "--log-file", "--help", "--version"}) {
         QVERIFY2(help.contains(option), option);
     }
 }
@@ -278,14 +279,27 @@ void tst_Simulator::busGone_endsWithThree()
     QCOMPARE(simulator.Errors(), QString("kiv-audio-simulator: the bus has gone\n"));
 }
 
+void tst_Simulator::nameTaken_endsWithFour_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("complaint");
+
+    QTest::newRow("a service is there") << "com.quorvantel.service.AudioManagement"
+                                        << "kiv-audio-simulator: the service's bus name is taken\n";
+    QTest::newRow("a simulator is there") << "com.kiv.AudioSimulator"
+                                          << "kiv-audio-simulator: the simulator's bus name is taken\n";
+}
+
 void tst_Simulator::nameTaken_endsWithFour()
 {
-    SimulatorProcess first({});
-    QVERIFY(first.WaitUntilReady());
-    SimulatorProcess second({});
-    QCOMPARE(second.WaitForExit(), 4);
-    QCOMPARE(second.Errors(), QString("kiv-audio-simulator: the service's bus name is taken\n"));
-    QCOMPARE(second.Output(), QString());
+    QFETCH(QString, name);
+    QFETCH(QString, complaint);
+    QVERIFY(QDBusConnection::systemBus().registerService(name));
+    SimulatorProcess simulator({});
+    QCOMPARE(simulator.WaitForExit(), 4);
+    QCOMPARE(simulator.Errors(), complaint);
+    QCOMPARE(simulator.Output(), QString());
+    QVERIFY(QDBusConnection::systemBus().unregisterService(name));
 }
 
 void tst_Simulator::signal_endsWithZero_data()
@@ -607,7 +621,7 @@ void tst_Simulator::applicationObject_broadcastsNothing()
 
 void tst_Simulator::log_showsEveryMessage()
 {
-    SimulatorProcess simulator({"--log"});
+    SimulatorProcess simulator({"--log", "text"});
     QVERIFY(simulator.WaitUntilReady());
     HmiClient screen("/hmi");
     AppClient music("/music", "Music", true);
@@ -658,7 +672,7 @@ void tst_Simulator::log_showsEveryMessage()
 
 void tst_Simulator::log_showsOneLinePerMessage()
 {
-    SimulatorProcess simulator({"--log"});
+    SimulatorProcess simulator({"--log", "text"});
     QVERIFY(simulator.WaitUntilReady());
     RawClient client;
     client.Send(kAppPath, "openSession", "{\r\n\"busName\": \"\",\n\"objectPath\": \"/raw\"}");
@@ -697,7 +711,7 @@ void tst_Simulator::eventsFollowTheReply()
 
 void tst_Simulator::clientGone_givesUpWhatItHad()
 {
-    SimulatorProcess simulator({"--log"});
+    SimulatorProcess simulator({"--log", "text"});
     QVERIFY(simulator.WaitUntilReady());
     HmiClient screen("/hmi");
     AppClient music("/music", "Music", true);
@@ -728,7 +742,7 @@ void tst_Simulator::clientGone_givesUpWhatItHad()
 // The simulator is stopped while the client comes and goes.
 void tst_Simulator::clientGoneBeforeItWasWatched_isForgotten()
 {
-    SimulatorProcess simulator({"--log"});
+    SimulatorProcess simulator({"--log", "text"});
     QVERIFY(simulator.WaitUntilReady());
     RawClient client;
     const QString me = "  [" + client.UniqueName() + "]";
@@ -745,7 +759,7 @@ void tst_Simulator::clientGoneBeforeItWasWatched_isForgotten()
 // The silent client is called before the others are; they must not wait for its answer.
 void tst_Simulator::clientThatDoesNotAnswer_keepsNobodyWaiting()
 {
-    SimulatorProcess simulator({"--log"});
+    SimulatorProcess simulator({"--log", "text"});
     QVERIFY(simulator.WaitUntilReady());
     RawClient silent(false);
     silent.Send(kHmiPath, "openSession", R"({"busName":"","objectPath":"/raw"})");
@@ -772,7 +786,7 @@ void tst_Simulator::clientThatDoesNotAnswer_keepsNobodyWaiting()
 
 void tst_Simulator::clientThatAnswersOtherwise_isReported()
 {
-    SimulatorProcess simulator({"--log"});
+    SimulatorProcess simulator({"--log", "text"});
     QVERIFY(simulator.WaitUntilReady());
     RawClient client;
     client.AnswerWith("[]");

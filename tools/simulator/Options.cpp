@@ -1,39 +1,26 @@
 // SPDX-License-Identifier: MIT
 #include "Options.h"
 
-#include "Vocabulary.h"
+#include "JsonNode.h"
+#include "ModeOptions.h"
+#include "ScenarioLibrary.h"
+#include "UsageError.h"
 
 #include <QCommandLineParser>
-
-#include <algorithm>
-#include <exception>
 
 namespace Simulator {
 
 namespace {
+
+constexpr uint longestDelay = 600000; // ms
 
 const char* const description = R"(Plays the audio management service on a D-Bus bus.
 
 It takes the bus that --address or else DBUS_SYSTEM_BUS_ADDRESS names, and
 prints "ready" when it can be called. SIGINT and SIGTERM end it.
 
-Exit codes: 0 ended by a signal (or --help, --version), 2 wrong usage,
-3 no bus, or the bus has gone, 4 the service's bus name is taken.)";
-
-/** Complains about the command line. */
-class UsageError : public std::exception
-{
-public:
-    explicit UsageError(const QString& text)
-        : m_Text(text)
-    {
-    }
-
-    QString Text() const { return m_Text; }
-
-private:
-    QString m_Text;
-};
+Exit codes: 0 ended by a signal (or --help, --version), 2 wrong usage or
+scenario, 3 no bus, or the bus has gone, 4 a bus name is taken.)";
 
 // Qt's parser has no place for the objects of its own, so that they are kept together here.
 struct CommandLine
@@ -42,11 +29,24 @@ struct CommandLine
         QStringLiteral("address"),
         QStringLiteral("Play on the bus with address <ADDR> instead of DBUS_SYSTEM_BUS_ADDRESS."),
         QStringLiteral("ADDR")};
+    QCommandLineOption scenario{
+        QStringLiteral("scenario"),
+        QStringLiteral(
+            "Play the scenario of that name from the library, or of a file (a path, or NAME.json)."),
+        QStringLiteral("NAME|FILE")};
+    QCommandLineOption seed{
+        QStringLiteral("seed"),
+        QStringLiteral("What the scenario leaves to chance is drawn from <N>. Default: 1."),
+        QStringLiteral("N")};
+    QCommandLineOption destinations{
+        QStringLiteral("destinations"),
+        QStringLiteral("The destinations that offer the modes given without one. Default: Cabin."),
+        QStringLiteral("DESTINATION,...")};
     QCommandLineOption modes{
         QStringLiteral("modes"),
         QStringLiteral(
-            "Offer modes at a destination (Cabin when none is given); the first is the current one. "
-            "Repeatable. Default: Cabin=Radio,Bluetooth."),
+            "Offer modes at a destination (those of --destinations when none is given); the first is "
+            "the current one. Repeatable. Default: Radio,Bluetooth."),
         QStringLiteral("[DESTINATION=]MODE,MODE...")};
     QCommandLineOption refuse{QStringLiteral("refuse"),
                               QStringLiteral("Never grant focus to the stream <STREAM>. Repeatable."),
@@ -54,7 +54,15 @@ struct CommandLine
     QCommandLineOption lock{QStringLiteral("lock"),
                             QStringLiteral("Grant focus to nobody else while <STREAM> holds it. Repeatable."),
                             QStringLiteral("STREAM")};
-    QCommandLineOption log{QStringLiteral("log"), QStringLiteral("Print one line per message.")};
+    QCommandLineOption delay{QStringLiteral("delay"),
+                             QStringLiteral("Answer every request <MS> milliseconds late."),
+                             QStringLiteral("MS")};
+    QCommandLineOption log{QStringLiteral("log"),
+                           QStringLiteral("Write one line per message: text, json or off. Default: off."),
+                           QStringLiteral("FORMAT")};
+    QCommandLineOption logFile{QStringLiteral("log-file"),
+                               QStringLiteral("Write the log to <FILE> instead of standard output."),
+                               QStringLiteral("FILE")};
     QCommandLineOption help{{QStringLiteral("h"), QStringLiteral("help")},
                             QStringLiteral("Print this help.")};
     QCommandLineOption version{{QStringLiteral("v"), QStringLiteral("version")},
@@ -64,62 +72,80 @@ struct CommandLine
     CommandLine()
     {
         parser.setApplicationDescription(QString::fromLatin1(description));
-        parser.addOptions({address, modes, refuse, lock, log, help, version});
+        parser.addOptions(
+            {address, scenario, seed, destinations, modes, refuse, lock, delay, log, logFile, help, version});
     }
 };
 
-DestinationModes ParseModes(const QString& text)
+// A whole number; @p expected describes it in the complaint.
+quint32 ReadNumber(const CommandLine& line, const QCommandLineOption& option, quint32 most)
 {
-    const int equals = text.indexOf(QLatin1Char('='));
-    const QString destination = equals < 0 ? QStringLiteral("Cabin") : text.left(equals);
-    const QStringList modes = text.mid(equals + 1).split(QLatin1Char(','));
-    if (destination.isEmpty()) {
-        throw UsageError(QStringLiteral("--modes \"%1\": empty destination").arg(text));
+    bool isNumber = false;
+    const QString text = line.parser.value(option);
+    const quint32 number = text.toUInt(&isNumber);
+    if (!isNumber || number > most) {
+        throw UsageError(QStringLiteral("--%1 \"%2\": expected a whole number from 0 to %3")
+                             .arg(option.names().first(), text)
+                             .arg(most));
     }
-    if (destination == Value::All) {
-        throw UsageError(QStringLiteral("--modes \"%1\": \"all\" cannot be a destination").arg(text));
-    }
-    if (modes.contains(QString())) {
-        throw UsageError(QStringLiteral("--modes \"%1\": empty mode").arg(text));
-    }
-    return {destination, modes};
+    return number;
 }
 
-void AddModes(QVector<DestinationModes>& all, const DestinationModes& more)
+LogFormat ReadLogFormat(const QString& text)
 {
-    const auto isSame = [&](const DestinationModes& one) { return one.destination == more.destination; };
-    const auto found = std::find_if(all.begin(), all.end(), isSame);
-    DestinationModes& target = found == all.end() ? (all.append({more.destination, {}}), all.last()) : *found;
-    target.modes += more.modes;
-    if (target.modes.removeDuplicates() > 0) {
-        throw UsageError(QStringLiteral("--modes: a mode of \"%1\" is given twice").arg(more.destination));
+    const int place =
+        QStringList{QStringLiteral("off"), QStringLiteral("text"), QStringLiteral("json")}.indexOf(text);
+    if (place < 0) {
+        throw UsageError(QStringLiteral("--log \"%1\": expected \"text\", \"json\" or \"off\"").arg(text));
     }
+    return static_cast<LogFormat>(place);
 }
 
-ModelSettings ReadSettings(const CommandLine& line)
+// What the command line says goes before what the scenario says.
+Scenario ReadScenarioOptions(const CommandLine& line)
 {
-    ModelSettings settings;
-    if (line.parser.isSet(line.modes)) {
-        settings.modes.clear();
+    Scenario scenario;
+    if (line.parser.isSet(line.scenario)) {
+        scenario = LoadScenarioNamed(line.parser.value(line.scenario));
     }
-    for (const QString& text : line.parser.values(line.modes)) {
-        AddModes(settings.modes, ParseModes(text));
+    if (line.parser.isSet(line.modes) || line.parser.isSet(line.destinations)) {
+        scenario.settings.modes =
+            CombineModes(line.parser.values(line.destinations), line.parser.values(line.modes));
     }
-    settings.refusedStreams = line.parser.values(line.refuse);
-    settings.lockedStreams = line.parser.values(line.lock);
-    return settings;
+    scenario.settings.refusedStreams += line.parser.values(line.refuse);
+    scenario.settings.lockedStreams += line.parser.values(line.lock);
+    if (line.parser.isSet(line.delay)) {
+        scenario.delay = static_cast<int>(ReadNumber(line, line.delay, longestDelay));
+    }
+    return scenario;
 }
 
 Options Run(const CommandLine& line, const QString& systemBusAddress)
 {
     Options options;
-    options.settings = ReadSettings(line);
-    options.isLogging = line.parser.isSet(line.log);
+    options.scenario = ReadScenarioOptions(line);
+    if (line.parser.isSet(line.seed)) {
+        options.seed = ReadNumber(line, line.seed, std::numeric_limits<quint32>::max());
+    }
+    options.logFile = line.parser.value(line.logFile);
+    if (line.parser.isSet(line.log)) {
+        options.logFormat = ReadLogFormat(line.parser.value(line.log));
+    } else if (!options.logFile.isEmpty()) {
+        options.logFormat = LogFormat::Text;
+    }
     options.address = line.parser.isSet(line.address) ? line.parser.value(line.address) : systemBusAddress;
     if (options.address.isEmpty()) {
         throw UsageError(QStringLiteral("no bus: set DBUS_SYSTEM_BUS_ADDRESS or give --address; "
                                         "the machine's own system bus is never taken by itself"));
     }
+    return options;
+}
+
+Options Text(Options::Action action, const QString& text)
+{
+    Options options;
+    options.action = action;
+    options.text = text;
     return options;
 }
 
@@ -129,11 +155,11 @@ Options Evaluate(CommandLine& line, const QStringList& arguments, const QString&
         throw UsageError(line.parser.errorText());
     }
     if (line.parser.isSet(line.help)) {
-        return {Options::Action::PrintText, line.parser.helpText(), QString(), false, {}};
+        return Text(Options::Action::PrintText, line.parser.helpText());
     }
     if (line.parser.isSet(line.version)) {
-        const QString version = QStringLiteral("kiv-audio-simulator " KIV_SIMULATOR_VERSION "\n");
-        return {Options::Action::PrintText, version, QString(), false, {}};
+        return Text(Options::Action::PrintText,
+                    QStringLiteral("kiv-audio-simulator " KIV_SIMULATOR_VERSION "\n"));
     }
     if (!line.parser.positionalArguments().isEmpty()) {
         throw UsageError(
@@ -150,7 +176,7 @@ Options ParseOptions(const QStringList& arguments, const QString& systemBusAddre
     try {
         return Evaluate(line, arguments, systemBusAddress);
     } catch (const UsageError& error) {
-        return {Options::Action::Refuse, error.Text(), QString(), false, {}};
+        return Text(Options::Action::Refuse, error.Text());
     }
 }
 

@@ -2,7 +2,8 @@
 #ifndef SIMULATOR_OPTIONS_H
 #define SIMULATOR_OPTIONS_H
 
-#include "AudioModel.h"
+#include "EventLog.h"
+#include "Scenario.h"
 
 #include <QString>
 #include <QStringList>
@@ -31,12 +32,14 @@ struct Options
     Action action = Action::Run;
     QString text; ///< help, version or complaint
     QString address;
-    bool isLogging = false;
-    ModelSettings settings;
+    LogFormat logFormat = LogFormat::Off;
+    QString logFile; ///< empty: standard output
+    quint32 seed = 1;
+    Scenario scenario;
 };
 
 /**
- * Reads the command line.
+ * Reads the command line, and the scenario file that it names.
  *
  * @param arguments with the program's name first.
  * @param systemBusAddress the bus when the command line names none; empty for none.

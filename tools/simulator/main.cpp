@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "AudioModel.h"
-#include "MessageLog.h"
+#include "AudioService.h"
+#include "ControlObject.h"
+#include "EventLog.h"
 #include "Options.h"
-#include "ServiceBus.h"
+#include "ScenarioPlayer.h"
 #include "TerminationSignal.h"
 
 #include <QCoreApplication>
@@ -21,29 +22,42 @@ int Fail(ExitCode code, const QString& text)
     return code;
 }
 
-int Serve(const Options& options)
+int RunUntilEnd(const Options& options, const QDBusConnection& connection, EventLog& log)
 {
     const Tools::TerminationSignal termination;
-    const QDBusConnection connection =
-        QDBusConnection::connectToBus(options.address, QStringLiteral("kiv-audio-simulator"));
-    if (!connection.isConnected()) {
-        return Fail(
-            ExitNoBus,
-            QStringLiteral("no bus at \"%1\": %2").arg(options.address, connection.lastError().message()));
-    }
-
-    AudioModel model(options.settings);
-    const MessageLog log(options.isLogging);
-    ServiceBus service(connection, model, log);
-    QObject::connect(&termination, &Tools::TerminationSignal::Received, &service, [] { QCoreApplication::quit(); });
-    QObject::connect(&service, &ServiceBus::Disconnected, &service,
+    AudioService service(options.address, options.seed, log);
+    ScenarioPlayer player(service, log);
+    ControlObject control(connection, player, service, log);
+    QObject::connect(&termination, &Tools::TerminationSignal::Received, &service,
+                     [] { QCoreApplication::quit(); });
+    QObject::connect(&control, &ControlObject::Disconnected, &service,
                      [] { QCoreApplication::exit(Fail(ExitNoBus, QStringLiteral("the bus has gone"))); });
-    if (!service.Start()) {
+    if (!control.Start()) {
+        return Fail(ExitNameTaken, QStringLiteral("the simulator's bus name is taken"));
+    }
+    if (!player.Play(options.scenario)) {
         return Fail(ExitNameTaken, QStringLiteral("the service's bus name is taken"));
     }
     std::puts("ready");
     std::fflush(stdout);
     return QCoreApplication::exec();
+}
+
+int Serve(const Options& options)
+{
+    EventLog log(options.logFormat);
+    const QString complaint = options.logFile.isEmpty() ? QString() : log.OpenFile(options.logFile);
+    if (!complaint.isEmpty()) {
+        return Fail(ExitUsage, QStringLiteral("%1: %2").arg(options.logFile, complaint));
+    }
+    const QDBusConnection connection =
+        QDBusConnection::connectToBus(options.address, QStringLiteral("simulator-control"));
+    if (!connection.isConnected()) {
+        return Fail(
+            ExitNoBus,
+            QStringLiteral("no bus at \"%1\": %2").arg(options.address, connection.lastError().message()));
+    }
+    return RunUntilEnd(options, connection, log);
 }
 
 } // namespace

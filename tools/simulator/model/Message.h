@@ -6,6 +6,8 @@
 #include <QString>
 #include <QVector>
 
+#include <optional>
+
 namespace Simulator {
 
 /** The two kinds of clients; the object that a client calls tells which it is. */
@@ -39,6 +41,7 @@ struct Effect
     QString objectPath; ///< the client's object; empty for a broadcast
     QString name;       ///< of the method or broadcast
     QJsonObject parameters;
+    std::optional<QString> payload = std::nullopt; ///< this text instead of the parameters
 };
 
 /** The answer to a request, and what is to be done after it was sent, in this order. */

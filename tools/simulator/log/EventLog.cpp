@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: MIT
+#include "EventLog.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace Simulator {
+
+namespace {
+
+constexpr std::size_t keptRecords = 100000;
+constexpr int excerptSize = 8 * 1024 * 1024; // characters; a message of a bus holds 32 MiB
+
+} // namespace
+
+EventLog::EventLog(LogFormat format)
+    : m_Format(format)
+{
+    m_Clock.start();
+}
+
+QString EventLog::OpenFile(const QString& path)
+{
+    m_File.setFileName(path);
+    return m_File.open(QIODevice::WriteOnly | QIODevice::Truncate) ? QString() : m_File.errorString();
+}
+
+void EventLog::Add(LogRecord record)
+{
+    record.time = m_Clock.elapsed();
+    if (m_Format != LogFormat::Off) {
+        Write(m_Format == LogFormat::Json ? ToJson(record) : ToText(record));
+    }
+    if (m_Records.size() == keptRecords) {
+        m_Records.pop_front();
+        ++m_FirstNumber;
+    }
+    m_Records.push_back(std::move(record));
+}
+
+void EventLog::Write(const QByteArray& line)
+{
+    if (m_File.isOpen()) {
+        m_File.write(line + '\n');
+        m_File.flush();
+        return;
+    }
+    std::printf("%s\n", line.constData());
+    std::fflush(stdout);
+}
+
+void EventLog::Clear()
+{
+    m_Records.clear();
+    m_FirstNumber = 0;
+}
+
+EventLog::Excerpt EventLog::Read(quint32 from) const
+{
+    Excerpt excerpt{{}, std::max(from, m_FirstNumber)};
+    const auto end = m_FirstNumber + static_cast<quint32>(m_Records.size());
+    for (int size = 0; excerpt.next < end && size < excerptSize; ++excerpt.next) {
+        excerpt.lines.append(QString::fromUtf8(ToJson(m_Records[excerpt.next - m_FirstNumber])));
+        size += excerpt.lines.last().size();
+    }
+    return excerpt;
+}
+
+} // namespace Simulator

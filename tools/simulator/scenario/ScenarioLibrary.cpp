@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+#include "ScenarioLibrary.h"
+
+#include "JsonNode.h"
+#include "ScenarioReader.h"
+#include "UsageError.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+
+namespace Simulator {
+
+namespace {
+
+const QString suffix = QStringLiteral(".json");
+
+// Found from the program's own place, so that an installed tree can be moved.
+QDir LibraryFolder()
+{
+    return QDir(QCoreApplication::applicationDirPath() + QStringLiteral("/" KIV_SCENARIOS_FROM_PROGRAM));
+}
+
+QString PathOf(const QString& name)
+{
+    if (name.contains(QLatin1Char('/')) || name.endsWith(suffix)) {
+        return name;
+    }
+    const QDir folder = LibraryFolder();
+    if (!folder.exists(name + suffix)) {
+        const QStringList names =
+            folder.entryList({QLatin1Char('*') + suffix}, QDir::Files).replaceInStrings(suffix, QString());
+        throw UsageError(
+            QStringLiteral("no scenario \"%1\" in the library; there are: %2")
+                .arg(name, names.isEmpty() ? QStringLiteral("none") : names.join(QStringLiteral(", "))));
+    }
+    return folder.filePath(name + suffix);
+}
+
+} // namespace
+
+Scenario LoadScenarioNamed(const QString& name)
+{
+    const QString path = PathOf(name);
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        throw UsageError(QStringLiteral("%1: %2").arg(path, file.errorString()));
+    }
+    try {
+        return ReadScenario(file.readAll());
+    } catch (const JsonError& error) {
+        throw UsageError(QStringLiteral("%1:%2: %3").arg(path).arg(error.Line()).arg(error.Text()));
+    }
+}
+
+} // namespace Simulator

@@ -1,0 +1,464 @@
+// SPDX-License-Identifier: MIT
+#include "AudioService.h"
+
+#include "Spoiler.h"
+#include "Vocabulary.h"
+
+#include <cstdlib>
+#include <utility>
+
+#include <sys/resource.h>
+
+namespace Simulator {
+
+namespace {
+
+// The end is on purpose: nobody wants to look at its core.
+[[noreturn]] void EndByAbort()
+{
+    const rlimit none{0, 0};
+    ::setrlimit(RLIMIT_CORE, &none);
+    std::abort();
+}
+
+Role RoleOf(Audience audience)
+{
+    return audience == Audience::App ? Role::App : Role::Hmi;
+}
+
+QJsonObject NumberedEvent(Audience audience, int number)
+{
+    const QString text = QStringLiteral("flood-%1").arg(number);
+    switch (audience) {
+    case Audience::Hmi:
+        return {{Key::ActiveMode, text}};
+    case Audience::App:
+        return {{Key::NewFocus, text}};
+    case Audience::All:
+        break;
+    }
+    return {
+        {Key::StreamName, text},      {Key::StreamModeName, QString()}, {Key::FocusType, Value::Permanent},
+        {Key::StreamType, QString()}, {Key::Destination, Value::All},   {Key::NewFocus, Value::Gained}};
+}
+
+QString FloodEventName(Audience audience)
+{
+    switch (audience) {
+    case Audience::Hmi:
+        return Event::ModeChange;
+    case Audience::App:
+        return Event::AudioFocusChange;
+    case Audience::All:
+        break;
+    }
+    return Event::AudioFocusBroadcast;
+}
+
+} // namespace
+
+/** Does each kind of action; says why it cannot be done. */
+class AudioService::Doer
+{
+public:
+    explicit Doer(AudioService& service)
+        : m_Service(service)
+    {
+    }
+
+    QString operator()(const AddMode& action) const
+    {
+        return Tell(m_Service.m_Model->AddMode(action.mode, action.destination));
+    }
+
+    QString operator()(const RemoveMode& action) const
+    {
+        return Tell(m_Service.m_Model->RemoveMode(action.mode, action.destination));
+    }
+
+    QString operator()(const PressMode& action) const
+    {
+        return Tell(m_Service.m_Model->PressMode(action.mode, action.destination));
+    }
+
+    QString operator()(const StartStream& action) const
+    {
+        return Tell(m_Service.m_Model->StartStream(action.stream, action.destination));
+    }
+
+    QString operator()(const StopStream& action) const
+    {
+        return Tell(m_Service.m_Model->StopStream(action.name));
+    }
+
+    QString operator()(const ArmFault& action) const
+    {
+        m_Service.m_Faults.Arm(action.fault);
+        return QString();
+    }
+
+    QString operator()(const DisarmFaults&) const
+    {
+        m_Service.m_Faults.DisarmAll();
+        return QString();
+    }
+
+    QString operator()(const Leave& action) const
+    {
+        if (!m_Service.m_HasName) {
+            return QStringLiteral("the service has no bus name to give away");
+        }
+        m_Service.m_Bus->GiveNameAway();
+        m_Service.m_HasName = false;
+        m_Service.LogService(QStringLiteral("left"));
+        if (action.milliseconds) {
+            m_Service.m_ReturnTimer.start(*action.milliseconds);
+        }
+        return QString();
+    }
+
+    QString operator()(const Return&) const
+    {
+        if (m_Service.m_HasName) {
+            return QStringLiteral("the service has its bus name already");
+        }
+        m_Service.m_ReturnTimer.stop();
+        return m_Service.ComeBack() ? QString() : QStringLiteral("the service's bus name is taken");
+    }
+
+    QString operator()(const Restart& action) const
+    {
+        m_Service.Vanish();
+        m_Service.m_Model->LoseSessions();
+        m_Service.LogService(QStringLiteral("left"));
+        m_Service.m_ReturnTimer.start(action.milliseconds);
+        return QString();
+    }
+
+    [[noreturn]] QString operator()(const Crash&) const
+    {
+        m_Service.LogService(QStringLiteral("crashes"));
+        EndByAbort();
+    }
+
+    QString operator()(const StopAnswering& action) const
+    {
+        m_Service.m_IsMute = true;
+        m_Service.LogService(QStringLiteral("stops answering"));
+        if (action.milliseconds) {
+            m_Service.m_AnswerTimer.start(*action.milliseconds);
+        }
+        return QString();
+    }
+
+    QString operator()(const AnswerAgain&) const
+    {
+        if (!m_Service.m_IsMute) {
+            return QStringLiteral("the service answers already");
+        }
+        m_Service.AnswerWhatWaits();
+        return QString();
+    }
+
+    QString operator()(const Send& action) const
+    {
+        Effect pattern{};
+        pattern.name = action.name;
+        pattern.parameters = action.parameters;
+        pattern.payload = action.payload;
+        const QVector<Effect> effects = m_Service.AddressEvent(action.to, pattern);
+        if (effects.isEmpty() || !m_Service.m_Bus) {
+            return QStringLiteral("nobody to send it to");
+        }
+        m_Service.m_Bus->SendEvents(effects);
+        return QString();
+    }
+
+    QString operator()(const Flood& action) const
+    {
+        if (!m_Service.m_Bus) {
+            return QStringLiteral("the service is not running");
+        }
+        Effect pattern{};
+        pattern.name = FloodEventName(action.to);
+        for (int number = 1; number <= action.count; ++number) {
+            pattern.parameters = NumberedEvent(action.to, number);
+            for (const Effect& effect : m_Service.AddressEvent(action.to, pattern)) {
+                m_Service.m_Bus->SendWithoutReply(effect);
+            }
+        }
+        return QString();
+    }
+
+private:
+    QString Tell(const PanelOutcome& outcome) const
+    {
+        if (m_Service.m_Bus) {
+            m_Service.m_Bus->SendEvents(outcome.effects);
+        }
+        return outcome.complaint;
+    }
+
+    AudioService& m_Service;
+};
+
+AudioService::AudioService(const QString& address, quint32 seed, EventLog& log)
+    : m_Address(address),
+      m_Seed(seed),
+      m_Log(log),
+      m_Randomness(seed),
+      m_Faults(m_Randomness),
+      m_Model(std::make_unique<AudioModel>(ModelSettings()))
+{
+    for (QTimer* const timer : {&m_ReturnTimer, &m_AnswerTimer}) {
+        timer->setSingleShot(true);
+        timer->setTimerType(Qt::PreciseTimer);
+    }
+    connect(&m_ReturnTimer, &QTimer::timeout, this, &AudioService::ComeBack);
+    connect(&m_AnswerTimer, &QTimer::timeout, this, &AudioService::AnswerWhatWaits);
+}
+
+AudioService::~AudioService() = default;
+
+bool AudioService::Load(const Scenario& scenario)
+{
+    Vanish();
+    m_Scenario = scenario;
+    m_Randomness = Randomness(m_Seed);
+    m_Model = std::make_unique<AudioModel>(scenario.settings);
+    m_Calls.Clear();
+    m_Faults.DisarmAll();
+    for (const Fault& fault : scenario.faults) {
+        m_Faults.Arm(fault);
+    }
+    return Come(scenario.isPresent);
+}
+
+QString AudioService::Do(const Action& action)
+{
+    return std::visit(Doer(*this), action);
+}
+
+quint32 AudioService::Arm(const Fault& fault)
+{
+    return m_Faults.Arm(fault);
+}
+
+bool AudioService::Disarm(quint32 id)
+{
+    return m_Faults.Disarm(id);
+}
+
+const CallCounts& AudioService::Calls() const
+{
+    return m_Calls;
+}
+
+bool AudioService::Come(bool withName)
+{
+    if (!m_Bus) {
+        m_Bus = std::make_unique<ServiceBus>(m_Address, m_Log);
+        connect(m_Bus.get(), &ServiceBus::Requested, this, &AudioService::HandleCall);
+        connect(m_Bus.get(), &ServiceBus::CallerLeft, this, &AudioService::HandleCallerLeft);
+    }
+    if (!withName) {
+        return true;
+    }
+    m_HasName = m_Bus->TakeName();
+    return m_HasName;
+}
+
+bool AudioService::ComeBack()
+{
+    const bool hasCome = Come(true);
+    LogService(hasCome ? QStringLiteral("came") : QStringLiteral("cannot come: its bus name is taken"));
+    return hasCome;
+}
+
+// The end of the connection makes the bus answer the calls that wait, with an error.
+void AudioService::Vanish()
+{
+    m_ReturnTimer.stop();
+    m_AnswerTimer.stop();
+    m_IsMute = false;
+    m_Unanswered.clear();
+    m_Departed.clear();
+    if (!m_Bus) {
+        return;
+    }
+    m_Bus->GiveNameAway();
+    m_HasName = false;
+    disconnect(m_Bus.get(), nullptr, this, nullptr);
+    m_Bus.release()->deleteLater(); // it may be its signal that has led here
+}
+
+void AudioService::HandleCall(Role role, const QDBusMessage& message)
+{
+    const Call call{message,
+                    {role, message.service(), message.arguments().value(0).toString(),
+                     message.arguments().value(1).toString()}};
+    const Request& request = call.request;
+    m_Log.Add({LogRecord::Kind::Request, role, request.method, request.arguments, request.caller, QString()});
+    m_Calls.Add(request);
+    if (m_IsMute) {
+        m_Unanswered.append(call);
+    } else {
+        Serve(call);
+    }
+    Q_EMIT RequestTaken();
+}
+
+void AudioService::Serve(const Call& call)
+{
+    const std::optional<Fault> fault = m_Faults.Hit(call.request);
+    if (fault) {
+        ServeWith(*fault, call);
+    } else {
+        Deliver(call, ToAnswer(m_Model->Handle(call.request)));
+    }
+    if (m_Bus) {
+        m_Bus->Watch(call.request.caller, m_Model->HasSessions(call.request.caller));
+    }
+}
+
+void AudioService::ServeWith(const Fault& fault, const Call& call)
+{
+    m_Log.Add({LogRecord::Kind::Fault, std::nullopt, fault.name, call.request.method, call.request.caller,
+               QString()});
+    const Outcome outcome = IsRequestDone(fault) ? m_Model->Handle(call.request) : Outcome();
+    const Answer answer = Spoil(fault, outcome, m_Randomness);
+    if (const auto* const callBack = std::get_if<CallBackFirst>(&fault.kind)) {
+        CallBackThenDeliver(*callBack, call, answer);
+        return;
+    }
+    if (std::holds_alternative<StopAnswering>(fault.kind)) {
+        m_Unanswered.append(call);
+    }
+    Deliver(call, answer);
+    StrikeService(fault);
+}
+
+// Does what the fault does to the service itself, if anything.
+void AudioService::StrikeService(const Fault& fault)
+{
+    const auto strike = [this](const auto& kind) {
+        if constexpr (std::is_constructible_v<Action, decltype(kind)>) {
+            Do(Action(kind));
+        }
+    };
+    std::visit(strike, fault.kind);
+}
+
+void AudioService::CallBackThenDeliver(const CallBackFirst& fault, const Call& call, const Answer& answer)
+{
+    m_Bus->CallBack(MakeCallBack(fault, call.request), fault.timeout,
+                    [this, call, answer] { Deliver(call, answer); });
+}
+
+Effect AudioService::MakeCallBack(const CallBackFirst& fault, const Request& request) const
+{
+    const bool isHmi = request.role == Role::Hmi;
+    Effect effect{};
+    effect.role = request.role;
+    effect.busName = request.caller;
+    effect.name = fault.name;
+    effect.parameters = fault.parameters;
+    if (fault.name.isEmpty()) {
+        effect.name = isHmi ? Event::ModeChange : Event::AudioFocusChange;
+        effect.parameters =
+            isHmi ? QJsonObject{{Key::ActiveMode, m_Scenario.settings.modes.first().modes.first()}}
+                  : QJsonObject{{Key::NewFocus, Value::TemporarilyLost}};
+    }
+    for (const Session& session : m_Model->Sessions()) {
+        if (session.caller == request.caller && session.role == request.role) {
+            effect.objectPath = session.objectPath;
+            AddSession(effect, session);
+        }
+    }
+    return effect;
+}
+
+void AudioService::Deliver(const Call& call, const Answer& answer)
+{
+    const int delay = answer.delay > 0 ? answer.delay : m_Scenario.delay;
+    if (delay == 0) {
+        DeliverNow(call, answer);
+        return;
+    }
+    QTimer::singleShot(delay, Qt::PreciseTimer, m_Bus.get(),
+                       [this, call, answer] { DeliverNow(call, answer); });
+}
+
+void AudioService::DeliverNow(const Call& call, const Answer& answer)
+{
+    m_Bus->SendEvents(answer.eventsBefore);
+    m_Bus->SendReply(call.message, call.request, answer);
+    m_Bus->SendEvents(answer.eventsAfter);
+}
+
+void AudioService::AnswerWhatWaits()
+{
+    m_AnswerTimer.stop();
+    m_IsMute = false;
+    LogService(QStringLiteral("answers again"));
+    const QVector<Call> calls = std::exchange(m_Unanswered, {});
+    for (const Call& call : calls) {
+        if (m_IsMute) {
+            m_Unanswered.append(call);
+        } else if (m_Bus) {
+            Serve(call);
+        }
+    }
+    for (const QString& caller : std::exchange(m_Departed, {})) {
+        HandleCallerLeft(caller);
+    }
+}
+
+void AudioService::HandleCallerLeft(const QString& caller)
+{
+    if (m_IsMute) {
+        m_Departed.append(caller);
+        return;
+    }
+    if (!m_Model->HasSessions(caller)) {
+        return;
+    }
+    m_Log.Add({LogRecord::Kind::Left, std::nullopt, QString(), QStringLiteral("left"), caller, QString()});
+    m_Bus->SendEvents(m_Model->CallerLeft(caller));
+    m_Bus->Watch(caller, false);
+}
+
+void AudioService::AddSession(Effect& effect, const Session& session)
+{
+    if (!effect.parameters.contains(Key::SessionId)) {
+        effect.parameters.insert(Key::SessionId, static_cast<qint64>(session.id));
+    }
+}
+
+QVector<Effect> AudioService::AddressEvent(Audience to, const Effect& pattern) const
+{
+    Effect effect = pattern;
+    effect.kind = to == Audience::All ? Effect::Kind::Broadcast : Effect::Kind::Call;
+    effect.role = RoleOf(to);
+    if (to == Audience::All) {
+        return {effect};
+    }
+    QVector<Effect> effects;
+    for (const Session& session : m_Model->Sessions()) {
+        if (session.role == effect.role) {
+            Effect one = effect;
+            one.busName = session.caller;
+            one.objectPath = session.objectPath;
+            AddSession(one, session);
+            effects.append(one);
+        }
+    }
+    return effects;
+}
+
+void AudioService::LogService(const QString& what)
+{
+    m_Log.Add({LogRecord::Kind::Service, std::nullopt, QString(), what, QString(), QString()});
+}
+
+} // namespace Simulator
