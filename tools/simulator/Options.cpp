@@ -19,8 +19,13 @@ const char* const description = R"(Plays the audio management service on a D-Bus
 It takes the bus that --address or else DBUS_SYSTEM_BUS_ADDRESS names, and
 prints "ready" when it can be called. SIGINT and SIGTERM end it.
 
+With --exec it starts a bus and the service for one command, and stops them
+when the command has ended.
+
 Exit codes: 0 ended by a signal (or --help, --version), 2 wrong usage or
-scenario, 3 no bus, or the bus has gone, 4 a bus name is taken.)";
+scenario, 3 no bus, or the bus has gone, 4 a bus name is taken.
+With --exec the command's; 128 + n: signal n has killed the command,
+127 no such command, 126 it cannot be run.)";
 
 // Qt's parser has no place for the objects of its own, so that they are kept together here.
 struct CommandLine
@@ -63,6 +68,11 @@ struct CommandLine
     QCommandLineOption logFile{QStringLiteral("log-file"),
                                QStringLiteral("Write the log to <FILE> instead of standard output."),
                                QStringLiteral("FILE")};
+    // For the help alone: it ends what this parser sees.
+    QCommandLineOption exec{
+        QStringLiteral("exec"),
+        QStringLiteral("Run the command that follows, CMD ARGS..., with DBUS_SYSTEM_BUS_ADDRESS set to a bus "
+                       "of its own. All that follows belongs to it.")};
     QCommandLineOption help{{QStringLiteral("h"), QStringLiteral("help")},
                             QStringLiteral("Print this help.")};
     QCommandLineOption version{{QStringLiteral("v"), QStringLiteral("version")},
@@ -72,8 +82,8 @@ struct CommandLine
     CommandLine()
     {
         parser.setApplicationDescription(QString::fromLatin1(description));
-        parser.addOptions(
-            {address, scenario, seed, destinations, modes, refuse, lock, delay, log, logFile, help, version});
+        parser.addOptions({address, scenario, seed, destinations, modes, refuse, lock, delay, log, logFile,
+                           exec, help, version});
     }
 };
 
@@ -120,9 +130,25 @@ Scenario ReadScenarioOptions(const CommandLine& line)
     return scenario;
 }
 
-Options Run(const CommandLine& line, const QString& systemBusAddress)
+QString ReadAddress(const CommandLine& line, const QString& systemBusAddress, BusKind kind)
+{
+    const bool isGiven = line.parser.isSet(line.address);
+    if (kind == BusKind::Own && isGiven) {
+        throw UsageError(QStringLiteral("--address and --exec exclude each other: --exec starts a bus of its "
+                                        "own, and DBUS_SYSTEM_BUS_ADDRESS tells the command where it is"));
+    }
+    const QString address = isGiven ? line.parser.value(line.address) : systemBusAddress;
+    if (kind == BusKind::Named && address.isEmpty()) {
+        throw UsageError(QStringLiteral("no bus: set DBUS_SYSTEM_BUS_ADDRESS or give --address; "
+                                        "the machine's own system bus is never taken by itself"));
+    }
+    return address;
+}
+
+Options Run(const CommandLine& line, const QString& systemBusAddress, BusKind kind)
 {
     Options options;
+    options.address = ReadAddress(line, systemBusAddress, kind);
     options.scenario = ReadScenarioOptions(line);
     if (line.parser.isSet(line.seed)) {
         options.seed = ReadNumber(line, line.seed, std::numeric_limits<quint32>::max());
@@ -132,11 +158,6 @@ Options Run(const CommandLine& line, const QString& systemBusAddress)
         options.logFormat = ReadLogFormat(line.parser.value(line.log));
     } else if (!options.logFile.isEmpty()) {
         options.logFormat = LogFormat::Text;
-    }
-    options.address = line.parser.isSet(line.address) ? line.parser.value(line.address) : systemBusAddress;
-    if (options.address.isEmpty()) {
-        throw UsageError(QStringLiteral("no bus: set DBUS_SYSTEM_BUS_ADDRESS or give --address; "
-                                        "the machine's own system bus is never taken by itself"));
     }
     return options;
 }
@@ -149,7 +170,8 @@ Options Text(Options::Action action, const QString& text)
     return options;
 }
 
-Options Evaluate(CommandLine& line, const QStringList& arguments, const QString& systemBusAddress)
+Options Evaluate(CommandLine& line, const QStringList& arguments, const QString& systemBusAddress,
+                 BusKind kind)
 {
     if (!line.parser.parse(arguments)) {
         throw UsageError(line.parser.errorText());
@@ -165,16 +187,16 @@ Options Evaluate(CommandLine& line, const QStringList& arguments, const QString&
         throw UsageError(
             QStringLiteral("unexpected argument \"%1\"").arg(line.parser.positionalArguments().first()));
     }
-    return Run(line, systemBusAddress);
+    return Run(line, systemBusAddress, kind);
 }
 
 } // namespace
 
-Options ParseOptions(const QStringList& arguments, const QString& systemBusAddress)
+Options ParseOptions(const QStringList& arguments, const QString& systemBusAddress, BusKind kind)
 {
     CommandLine line;
     try {
-        return Evaluate(line, arguments, systemBusAddress);
+        return Evaluate(line, arguments, systemBusAddress, kind);
     } catch (const UsageError& error) {
         return Text(Options::Action::Refuse, error.Text());
     }

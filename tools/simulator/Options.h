@@ -19,6 +19,13 @@ enum ExitCode
     ExitNameTaken = 4
 };
 
+/** Whose bus the service is to be on. */
+enum class BusKind
+{
+    Named, ///< the one that --address or the environment names
+    Own    ///< one of its own, for the command behind --exec
+};
+
 /** What the command line asks for. */
 struct Options
 {
@@ -41,10 +48,10 @@ struct Options
 /**
  * Reads the command line, and the scenario file that it names.
  *
- * @param arguments with the program's name first.
+ * @param arguments with the program's name first; without --exec and what is behind it.
  * @param systemBusAddress the bus when the command line names none; empty for none.
  */
-Options ParseOptions(const QStringList& arguments, const QString& systemBusAddress);
+Options ParseOptions(const QStringList& arguments, const QString& systemBusAddress, BusKind kind);
 
 } // namespace Simulator
 

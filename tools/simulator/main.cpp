@@ -5,12 +5,15 @@
 #include "Options.h"
 #include "ScenarioPlayer.h"
 #include "TerminationSignal.h"
+#include "launch/Supervisor.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusError>
 
 #include <cstdio>
+#include <cstring>
+#include <optional>
 
 using namespace Simulator;
 
@@ -60,14 +63,40 @@ int Serve(const Options& options)
     return RunUntilEnd(options, connection, log);
 }
 
+// Cuts off "--exec" and what is behind it, before Qt reads the arguments; nothing without "--exec".
+std::optional<Command> TakeCommand(int& argc, char** argv)
+{
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--exec") == 0) {
+            const Command command(argv + i + 1, argv + argc);
+            argc = i;
+            argv[i] = nullptr;
+            return command;
+        }
+    }
+    return std::nullopt;
+}
+
+int Launch(const Command& command)
+{
+    if (command.empty()) {
+        return Fail(ExitUsage,
+                    QStringLiteral("--exec: no command; it is started with DBUS_SYSTEM_BUS_ADDRESS set "
+                                   "to a bus of its own"));
+    }
+    return RunUnderSupervision(QCoreApplication::arguments().mid(1), command);
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
     Tools::TerminationSignal::Block();
+    const std::optional<Command> command = TakeCommand(argc, argv);
     const QCoreApplication application(argc, argv);
     const Options options =
-        ParseOptions(QCoreApplication::arguments(), qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS"));
+        ParseOptions(QCoreApplication::arguments(), qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS"),
+                     command ? BusKind::Own : BusKind::Named);
     switch (options.action) {
     case Options::Action::Refuse:
         return Fail(ExitUsage, options.text);
@@ -77,5 +106,5 @@ int main(int argc, char** argv)
     case Options::Action::Run:
         break;
     }
-    return Serve(options);
+    return command ? Launch(*command) : Serve(options);
 }

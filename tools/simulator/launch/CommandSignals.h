@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+#ifndef SIMULATOR_COMMANDSIGNALS_H
+#define SIMULATOR_COMMANDSIGNALS_H
+
+#include <QObject>
+
+class QSocketNotifier;
+
+namespace Simulator {
+
+/**
+ * What is meant for the supervised command: SIGINT and SIGTERM, and SIGHUP and SIGQUIT unless they are ignored.
+ *
+ * From its construction on they do not end this program any more, for good: a second one must not keep it from
+ * cleaning up. Make it before the first thread is started.
+ */
+class CommandSignals : public QObject
+{
+    Q_OBJECT
+
+public:
+    CommandSignals();
+    ~CommandSignals() override;
+
+    /** Has them end a program again. For a child process, between fork and exec; calls nothing else. */
+    static void Unblock();
+
+    /** Takes one that has arrived and was not told yet. @return its number, 0 for none. */
+    int Take();
+
+Q_SIGNALS:
+    /** @param isTyped it came from a key of the terminal, so that the whole foreground process group has it. */
+    void Received(int number, bool isTyped);
+
+private:
+    void Read();
+
+    const int m_Descriptor;
+    QSocketNotifier* m_Notifier;
+};
+
+} // namespace Simulator
+
+#endif // SIMULATOR_COMMANDSIGNALS_H
