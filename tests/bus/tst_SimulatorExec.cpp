@@ -57,7 +57,7 @@ QStringList Shell(const QString& script)
     return {"sh", "-c", script};
 }
 
-/** A line of /proc/PID/stat behind the name: state, parent, process group, session …; empty for no such process. */
+/** What /proc/PID/stat has behind the name: state, parent …; empty when there is no such process. */
 QStringList StatusOf(const QString& pid)
 {
     QFile file("/proc/" + pid + "/stat");
@@ -191,6 +191,9 @@ public:
             qFatal("no pseudo-terminal");
         }
         m_Name = ::ptsname(m_Keyboard);
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("TMPDIR", m_Folder.path());
+        setProcessEnvironment(environment);
     }
 
     ~TerminalProcess() override
@@ -230,6 +233,7 @@ protected:
     }
 
 private:
+    QTemporaryDir m_Folder;
     const int m_Keyboard;
     QByteArray m_Name;
     QByteArray m_Screen;
@@ -281,6 +285,8 @@ private Q_SLOTS:
     void environment_namesTheBusAlone();
     void descriptorsAndSignalMask_areAsWithoutIt();
     void service_answersTheCommand();
+    void temporaryFolder_mayHaveAnyName_data();
+    void temporaryFolder_mayHaveAnyName();
     void bus_letsTheCommandMonitor();
     void log_goesToStandardError();
     void parallelRuns_doNotMeet();
@@ -483,6 +489,27 @@ void tst_SimulatorExec::service_answersTheCommand()
     QCOMPARE(run.Errors(), QByteArray());
 }
 
+void tst_SimulatorExec::temporaryFolder_mayHaveAnyName_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("special in XML and addresses") << "a b&<~,;=%1\"";
+    QTest::newRow("too long for a socket") << QString(120, 'x');
+}
+
+void tst_SimulatorExec::temporaryFolder_mayHaveAnyName()
+{
+    QFETCH(QString, name);
+    Run run;
+    const QDir parent(run.environment.value("TMPDIR"));
+    QVERIFY(parent.mkdir(name));
+    run.environment.insert("TMPDIR", parent.filePath(name));
+    run.Exec(OpenSession());
+    QCOMPARE(run.Wait(), 0);
+    QCOMPARE(run.Output().trimmed(), QByteArray(R"({"sessionId":1})"));
+    QCOMPARE(run.Errors(), QByteArray());
+    QVERIFY(QDir(parent.filePath(name)).isEmpty());
+}
+
 void tst_SimulatorExec::bus_letsTheCommandMonitor()
 {
     Run run;
@@ -617,20 +644,17 @@ void tst_SimulatorExec::signal_thatTheCommandIgnores_killsItLater()
 // The command handles the key, goes on to read the terminal, and still has its service.
 void tst_SimulatorExec::interruptKey_reachesTheCommandOnceAndNothingElse()
 {
+    const QString script =
+        R"(trap 'echo interrupted' INT; echo started; read a; read b; echo got $b; "$@"; echo; exit 6)";
     TerminalProcess terminal;
-    terminal.start(KIV_SIMULATOR_PROGRAM,
-                   QStringList{"--exec", "sh", "-c",
-                               "trap 'echo interrupted' INT; echo started; read a; read b; echo got $b;"
-                               R"("$@"; echo; exit 6)",
-                               "sh"} +
-                       OpenSession());
+    terminal.start(KIV_SIMULATOR_PROGRAM, QStringList{"--exec", "sh", "-c", script, "sh"} + OpenSession());
     QVERIFY(terminal.WaitForScreen("started\r\n"));
     QVERIFY(terminal.Type("\x03"));
     QVERIFY2(terminal.WaitForScreen("started\r\n^Cinterrupted\r\n"), terminal.Screen().constData());
     QVERIFY(terminal.Type("word\n"));
+    const QByteArray screen = "started\r\n^Cinterrupted\r\nword\r\ngot word\r\n   {\"sessionId\":1}\r\n";
+    QVERIFY2(terminal.WaitForScreen(screen), terminal.Screen().constData());
     QVERIFY(terminal.waitForFinished(kPatience));
-    QCOMPARE(terminal.Screen(),
-             QByteArray("started\r\n^Cinterrupted\r\nword\r\ngot word\r\n   {\"sessionId\":1}\r\n"));
     QCOMPARE(terminal.exitCode(), 6);
 }
 

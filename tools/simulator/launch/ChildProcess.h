@@ -23,8 +23,8 @@ private:
 };
 
 /**
- * A process that serves the command: no key of the terminal reaches it, its standard input is empty, its standard
- * output is read here, its standard error is this program's. It is stopped with this object.
+ * A process that serves the command: no key of the terminal reaches it, its standard input is empty, its
+ * standard output is read here, its standard error is this program's. It is stopped with this object.
  */
 class HelperProcess : public ChildProcess
 {

@@ -18,13 +18,17 @@ public:
     /** @param command not empty; its texts must outlive this object. */
     explicit CommandProcess(const Command& command);
 
-    /** @return false when there is no room for another process; a command that cannot be run is an exit code. */
+    /**
+     * A command that cannot be run starts, too, and ends with 127 or 126.
+     *
+     * @return false when there is no room for another process.
+     */
     bool Start();
 
     /** Does nothing when it has ended. */
     void Signal(int number);
 
-    /** Once it has ended: its exit code as a shell tells it, with 127 and 126 for a command that cannot be run. */
+    /** Once it has ended: its exit code as a shell tells it, 128 + n when signal n has killed it. */
     int ShellExitCode() const;
 
 protected:

@@ -9,10 +9,10 @@ class QSocketNotifier;
 namespace Simulator {
 
 /**
- * What is meant for the supervised command: SIGINT and SIGTERM, and SIGHUP and SIGQUIT unless they are ignored.
+ * What is meant for the supervised command: SIGINT, SIGTERM, and SIGHUP and SIGQUIT unless they are ignored.
  *
- * From its construction on they do not end this program any more, for good: a second one must not keep it from
- * cleaning up. Make it before the first thread is started.
+ * From its construction on they do not end this program any more, for good: a second one must not keep it
+ * from cleaning up. Make it before the first thread is started.
  */
 class CommandSignals : public QObject
 {
@@ -29,7 +29,7 @@ public:
     int Take();
 
 Q_SIGNALS:
-    /** @param isTyped it came from a key of the terminal, so that the whole foreground process group has it. */
+    /** @param isTyped a key of the terminal has sent it to the whole foreground process group. */
     void Received(int number, bool isTyped);
 
 private:

@@ -11,7 +11,8 @@ namespace Simulator {
 
 /**
  * A bus daemon of our own, for the user who started it: everybody on it may own every name, send and receive
- * everything, and monitor. It starts no services. Its files are in a temporary folder that goes with this object.
+ * everything, and monitor. It starts no services. Its files are in a temporary folder, removed with this
+ * object.
  */
 class PrivateBusDaemon
 {

@@ -15,8 +15,8 @@ namespace Simulator {
  *
  * @param serviceArguments the simulator's options, checked, without --address.
  * @param command not empty.
- * @return with what this program ends: the command's exit code, 128 + n when signal n has killed it, 127 or 126 when
- *         it cannot be run, ExitNoBus or ExitNameTaken when the bus or the service cannot be started.
+ * @return with what this program ends: the command's exit code, 128 + n when signal n has killed it, 127 or
+ *         126 when it cannot be run, ExitNoBus or ExitNameTaken when the bus or the service does not start.
  */
 int RunUnderSupervision(const QStringList& serviceArguments, const Command& command);
 
