@@ -208,6 +208,8 @@ public:
         return ::write(m_Keyboard, text.constData(), static_cast<size_t>(text.size())) == text.size();
     }
 
+    void Signal(int number) { ::kill(static_cast<pid_t>(processId()), number); }
+
     bool WaitForScreen(const QByteArray& text)
     {
         return QTest::qWaitFor([&] { return Screen() == text; }, kPatience);
@@ -641,20 +643,28 @@ void tst_SimulatorExec::signal_thatTheCommandIgnores_killsItLater()
     QCOMPARE(run.TemporaryFiles(), QStringList());
 }
 
-// The command handles the key, goes on to read the terminal, and still has its service.
+// The command handles the key, goes on to read the terminal, and still has its service. The simulator, stopped
+// meanwhile, finds the interruption before the termination that was sent to it alone.
 void tst_SimulatorExec::interruptKey_reachesTheCommandOnceAndNothingElse()
 {
-    const QString script =
-        R"(trap 'echo interrupted' INT; echo started; read a; read b; echo got $b; "$@"; echo; exit 6)";
+    const QString script = R"(trap 'echo interrupted' INT; trap 'echo terminated' TERM; echo started;)"
+                           R"(read a; read b; read c; echo got $c; "$@"; echo; exit 6)";
     TerminalProcess terminal;
     terminal.start(KIV_SIMULATOR_PROGRAM, QStringList{"--exec", "sh", "-c", script, "sh"} + OpenSession());
-    QVERIFY(terminal.WaitForScreen("started\r\n"));
-    QVERIFY(terminal.Type("\x03"));
-    QVERIFY2(terminal.WaitForScreen("started\r\n^Cinterrupted\r\n"), terminal.Screen().constData());
-    QVERIFY(terminal.Type("word\n"));
-    const QByteArray screen = "started\r\n^Cinterrupted\r\nword\r\ngot word\r\n   {\"sessionId\":1}\r\n";
+    QByteArray screen = "started\r\n";
     QVERIFY2(terminal.WaitForScreen(screen), terminal.Screen().constData());
-    QVERIFY(terminal.waitForFinished(kPatience));
+    terminal.Signal(SIGSTOP);
+    QVERIFY(terminal.Type("\x03"));
+    screen += "^Cinterrupted\r\n";
+    QVERIFY2(terminal.WaitForScreen(screen), terminal.Screen().constData());
+    terminal.Signal(SIGTERM);
+    terminal.Signal(SIGCONT);
+    screen += "terminated\r\n";
+    QVERIFY2(terminal.WaitForScreen(screen), terminal.Screen().constData());
+    QVERIFY(terminal.Type("word\n"));
+    screen += "word\r\ngot word\r\n   {\"sessionId\":1}\r\n";
+    QVERIFY2(terminal.WaitForScreen(screen), terminal.Screen().constData());
+    QTRY_COMPARE_WITH_TIMEOUT(terminal.state(), QProcess::NotRunning, kPatience);
     QCOMPARE(terminal.exitCode(), 6);
 }
 
