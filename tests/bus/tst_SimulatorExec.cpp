@@ -525,13 +525,13 @@ void tst_SimulatorExec::bus_letsTheCommandMonitor()
 void tst_SimulatorExec::log_goesToStandardError()
 {
     Run run;
-    run.Exec(OpenSession(), {"--log"});
+    run.Exec(OpenSession(), {"--log", "text"});
     QCOMPARE(run.Wait(), 0);
     QCOMPARE(run.Output().trimmed(), QByteArray(R"({"sessionId":1})"));
     QByteArray log = run.Errors();
-    log.replace("-- bus  left  [:1.1]\n", ""); // the service may have been stopped before it knew
-    QCOMPARE(log, QByteArray("<- hmi  openSession {\"busName\":\"\",\"objectPath\":\"/x\"}  [:1.1]\n"
-                             "-> hmi  {\"sessionId\":1}  [:1.1]\n"));
+    log.replace("-- bus  left  [:1.2]\n", ""); // the service may have been stopped before it knew
+    QCOMPARE(log, QByteArray("<- hmi  openSession {\"busName\":\"\",\"objectPath\":\"/x\"}  [:1.2]\n"
+                             "-> hmi  {\"sessionId\":1}  [:1.2]\n"));
 }
 
 // All commands run before the first asks for its modes.
