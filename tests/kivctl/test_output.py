@@ -1,0 +1,160 @@
+# SPDX-License-Identifier: MIT
+"""The lines that kivctl --json prints follow the published schema; and what a strict bus makes of kivctl."""
+
+import json
+import os
+import unittest
+
+import jsonschema
+from kivctltest import KivctlTest, SOURCE, kivinterop
+
+with open(os.path.join(SOURCE, "schemas", "kivctl-output.schema.json"), encoding="utf-8") as schema_file:
+    SCHEMA = json.load(schema_file)
+VALIDATOR = jsonschema.Draft7Validator(SCHEMA)
+
+
+class SchemaTest(unittest.TestCase):
+    def test_schema_isValid(self):
+        jsonschema.Draft7Validator.check_schema(SCHEMA)
+
+    def test_schema_listsEachDefinitionOnce(self):
+        listed = [choice["$ref"].rsplit("/", 1)[1] for choice in SCHEMA["oneOf"]]
+        self.assertEqual(listed, list(SCHEMA["definitions"]))
+
+    def test_definition_isNamedLikeItsEvent(self):
+        for name, definition in SCHEMA["definitions"].items():
+            self.assertEqual(definition["properties"]["event"], {"const": name})
+
+    def test_recordsThatAreNone_areRefused(self):
+        for record in ({}, {"event": "mode"}, {"event": "mode", "mode": 1}, {"event": "tea", "mode": "Radio"},
+                       {"event": "mode", "mode": "Radio", "more": 1},
+                       {"event": "modeList", "modes": [], "added": "a", "removed": "b"}):
+            self.assertFalse(VALIDATOR.is_valid(record), record)
+
+
+class OutputTest(KivctlTest):
+    """Each command against the simulated service."""
+
+    def records_of(self, text):
+        records = [json.loads(line) for line in text.splitlines()]
+        for record in records:
+            VALIDATOR.validate(record)
+        return records
+
+    def output_of(self, code, *arguments):
+        actual, output, _ = self.run_kivctl("--json", *arguments)
+        self.assertEqual(actual, code)
+        return self.records_of(output)
+
+    def test_modes(self):
+        self.start_simulator()
+        self.assertEqual(self.output_of(0, "modes"), [{"event": "modeList", "modes": ["Radio", "Bluetooth"]}])
+
+    def test_modes_noneOffered_printsAnEmptyList(self):
+        self.start_service({"openSession": '{"sessionId":7}', "getModeList": '{"modeList":[]}'},
+                           kivinterop.HMI_PATH)
+        self.assertEqual(self.output_of(0, "modes"), [{"event": "modeList", "modes": []}])
+
+    def test_mode(self):
+        self.start_simulator()
+        self.assertEqual(self.output_of(0, "mode"), [{"event": "mode", "mode": "Radio"}])
+
+    def test_setMode(self):
+        self.start_simulator()
+        self.assertEqual(self.output_of(0, "set-mode", "Bluetooth"), [{"event": "modeSet", "mode": "Bluetooth"}])
+
+    def test_refusals_printNoRecord(self):
+        self.start_simulator()
+        self.assertEqual(self.output_of(1, "set-mode", "Phone"), [])
+        self.assertEqual(self.output_of(1, "modes", "--destination", "Nowhere"), [])
+
+    def test_stream(self):
+        self.start_simulator()
+        self.assertEqual(self.output_of(0, "stream", "--name", "N", "--request"), [
+            {"event": "streamRegistered", "streamName": "N"},
+            {"event": "focusDecision", "streamName": "N", "focus": "granted"},
+            {"event": "focusDecision", "streamName": "N", "focus": "abandoned"}])
+
+    def test_stream_refused(self):
+        self.start_simulator("--refuse", "N")
+        self.assertEqual(self.output_of(1, "stream", "--name", "N", "--query"), [
+            {"event": "streamRegistered", "streamName": "N"},
+            {"event": "focusDecision", "streamName": "N", "focus": "wouldFail"}])
+
+    def test_stream_thatLosesItsFocus(self):
+        self.start_simulator()
+        stream = self.start_kivctl("stream", "--name", "N", "--request", "--hold", "--json")
+        self.assertEqual(self.records_of("\n".join(stream.lines(2))), [
+            {"event": "streamRegistered", "streamName": "N"},
+            {"event": "focusDecision", "streamName": "N", "focus": "granted"}])
+        self.output_of(0, "stream", "--name", "Short", "--request", "--transient")
+        self.output_of(0, "stream", "--name", "Long", "--request")
+        rest, code = stream.end_input()
+        self.assertEqual(code, 0)
+        self.assertEqual(self.records_of("\n".join(rest)), [
+            {"event": "focus", "streamName": "N", "focus": "temporarilyLost"},
+            {"event": "focus", "streamName": "N", "focus": "gained"},
+            {"event": "focus", "streamName": "N", "focus": "lost"}])
+
+    def test_monitor(self):
+        simulator = self.start_simulator()
+        monitor = self.start_kivctl("monitor", "--json")
+        modes = ["Radio", "Bluetooth"]
+        records = self.records_of("\n".join(monitor.lines(3)))
+        self.output_of(0, "stream", "--name", "N", "--request", "--mode-name", "Podcast")
+        records += self.records_of("\n".join(monitor.lines(4)))
+        simulator.end()
+        records += self.records_of(monitor.line())
+        focus = {"event": "streamFocus", "streamName": "N", "streamModeName": "Podcast",
+                 "focusType": "permanent", "streamType": "Media", "destination": "all"}
+        self.assertEqual(records, [
+            {"event": "service", "running": True},
+            {"event": "modeList", "modes": modes},
+            {"event": "mode", "mode": "Radio"},
+            {"event": "modeList", "modes": modes + ["Podcast"], "added": "Podcast"},
+            {**focus, "focus": "gained"},
+            {**focus, "focus": "lost"},
+            {"event": "modeList", "modes": modes, "removed": "Podcast"},
+            {"event": "service", "running": False}])
+
+    def test_call(self):
+        self.start_simulator()
+        text = '{"currentMode":["Radio"]}'
+        self.assertEqual(self.output_of(0, "call", "getMode", '{"destination":"all"}'), [
+            {"event": "answer", "method": "getMode", "text": text, "answer": json.loads(text)}])
+
+    def test_call_refused_printsTheAnswerAllTheSame(self):
+        self.start_simulator()
+        [record] = self.output_of(1, "call", "dance", "{}")
+        self.assertEqual(record["answer"], {"errCode": 2, "errMessage": 'there is no method "dance"'})
+
+    def test_call_answerThatIsNoObject_isPrintedAsText(self):
+        self.start_service({"openSession": '{"sessionId":7}', "dance": "sorry"}, kivinterop.HMI_PATH)
+        self.assertEqual(self.output_of(6, "call", "dance", "{}"),
+                         [{"event": "answer", "method": "dance", "text": "sorry"}])
+
+
+class StrictBusTest(KivctlTest):
+    """A bus whose policy does not let kivctl own its name, as that of a system bus does by default."""
+
+    def setUp(self):
+        allowing = kivinterop.BUS_CONFIGURATION
+        self.addCleanup(setattr, kivinterop, "BUS_CONFIGURATION", allowing)
+        kivinterop.BUS_CONFIGURATION = allowing.replace("  </policy>", '    <deny own_prefix="com.kiv.kivctl"/>\n  </policy>')
+        super().setUp()
+
+    def test_nameRefused_theServiceIsToldTheUniqueName(self):
+        self.start_simulator("--log")
+        code, output, errors = self.run_kivctl("mode")
+        self.assertEqual((code, output), (0, "Radio\n"))
+        self.assertRegex(errors, r"\Akivctl: the bus does not give this program the name com\.kiv\.kivctl\.p\d+; "
+                                 r"the service is told :\d+\.\d+\n\Z")
+
+    def test_nameRefused_eventsArrive(self):
+        self.start_simulator()
+        stream = self.start_kivctl("stream", "--name", "N", "--request")
+        self.assertEqual(stream.lines(3), ["registered N", "decision granted", "decision abandoned"])
+
+
+if __name__ == "__main__":
+    unittest.main()

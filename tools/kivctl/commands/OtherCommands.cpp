@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: MIT
+#include "commands/OtherCommands.h"
+
+#include "ExitCode.h"
+#include "cli/CommandTable.h"
+#include "cli/Help.h"
+#include "cli/Invocation.h"
+#include "cli/UsageError.h"
+#ifdef KIVCTL_HAS_STATUS
+#include "status/StatusCommand.h"
+#endif
+#ifdef KIVCTL_HAS_TRACE
+#include "trace/TraceCommand.h"
+#endif
+
+#include <cstdio>
+
+namespace Kivctl {
+
+int RunStatusCommand([[maybe_unused]] const Invocation& invocation)
+{
+#ifdef KIVCTL_HAS_STATUS
+    return RunStatus({invocation.address, invocation.limit.milliseconds}, Output(invocation.format));
+#else
+    throw UsageError(QStringLiteral("status: not part of this build"));
+#endif
+}
+
+int RunTraceCommand([[maybe_unused]] const Invocation& invocation)
+{
+#ifdef KIVCTL_HAS_TRACE
+    const int limit = invocation.limit.isExplicit ? invocation.limit.milliseconds : 0;
+    return RunTrace({invocation.arguments.value(0), limit}, Output(invocation.format));
+#else
+    throw UsageError(QStringLiteral("trace: not part of this build"));
+#endif
+}
+
+int RunHelp(const Invocation& invocation)
+{
+    const QString name = invocation.arguments.value(0);
+    const Command* command = FindCommand(name);
+    if (command == nullptr && !name.isEmpty()) {
+        throw UsageError(QStringLiteral("unknown command \"%1\"").arg(name));
+    }
+    const QString text = command == nullptr ? ProgramHelp() : CommandHelp(*command);
+    std::fputs(text.toUtf8().constData(), stdout);
+    return ExitDone;
+}
+
+} // namespace Kivctl
