@@ -134,14 +134,24 @@ class OutputTest(KivctlTest):
                          [{"event": "answer", "method": "dance", "text": "sorry"}])
 
 
-class StrictBusTest(KivctlTest):
-    """A bus whose policy does not let kivctl own its name, as that of a system bus does by default."""
+class BusWithPolicyTest(KivctlTest):
+    """A bus on which not everything is allowed."""
 
     def setUp(self):
         allowing = kivinterop.BUS_CONFIGURATION
         self.addCleanup(setattr, kivinterop, "BUS_CONFIGURATION", allowing)
-        kivinterop.BUS_CONFIGURATION = allowing.replace("  </policy>", '    <deny own_prefix="com.kiv.kivctl"/>\n  </policy>')
+        kivinterop.BUS_CONFIGURATION = self.configure(allowing)
         super().setUp()
+
+    def configure(self, allowing):
+        raise NotImplementedError
+
+
+class RefusedNameTest(BusWithPolicyTest):
+    """A bus that does not let kivctl own its name."""
+
+    def configure(self, allowing):
+        return allowing.replace("  </policy>", '    <deny own_prefix="com.kiv.kivctl"/>\n  </policy>')
 
     def test_nameRefused_theServiceIsToldTheUniqueName(self):
         self.start_simulator("--log")
@@ -154,6 +164,45 @@ class StrictBusTest(KivctlTest):
         self.start_simulator()
         stream = self.start_kivctl("stream", "--name", "N", "--request")
         self.assertEqual(stream.lines(3), ["registered N", "decision granted", "decision abandoned"])
+
+
+class StrictBusTest(BusWithPolicyTest):
+    """A bus that allows what a system bus allows by default, and what the documentation says to add."""
+
+    POLICY = """
+  <policy context="default">
+    <deny own="*"/>
+    <deny send_type="method_call"/>
+    <allow own="com.quorvantel.service.AudioManagement"/>
+    <allow send_destination="org.freedesktop.DBus"/>
+    <allow receive_type="method_call"/>
+  </policy>
+"""
+
+    def configure(self, allowing):
+        with open(os.path.join(SOURCE, "docs", "kivctl.md"), encoding="utf-8") as document:
+            addition = document.read().partition("<busconfig>\n")[2].partition("</busconfig>")[0]
+        self.assertIn('group="audio"', addition)
+        addition = addition.replace('group="audio"', f'user="{os.getuid()}"')
+        return allowing.replace("</busconfig>", self.POLICY + addition + "</busconfig>")
+
+    def test_documentedPolicy_isEnough(self):
+        self.start_simulator()
+        code, output, errors = self.run_kivctl("stream", "--name", "N", "--request")
+        self.assertEqual((code, output, errors), (0, "registered N\ndecision granted\ndecision abandoned\n", ""))
+
+
+class ForbiddingBusTest(BusWithPolicyTest):
+    """The same without the addition."""
+
+    def configure(self, allowing):
+        return allowing.replace("</busconfig>", StrictBusTest.POLICY + "</busconfig>")
+
+    def test_forbiddenCall_endsWithThree(self):
+        self.start_simulator()
+        code, output, errors = self.run_kivctl("mode")
+        self.assertEqual((code, output), (3, ""))
+        self.assertIn("kivctl: openSession: org.freedesktop.DBus.Error.AccessDenied: ", errors)
 
 
 if __name__ == "__main__":
