@@ -20,7 +20,10 @@ namespace Kivctl {
 int RunStatusCommand([[maybe_unused]] const Invocation& invocation)
 {
 #ifdef KIVCTL_HAS_STATUS
-    return RunStatus({invocation.address, invocation.limit.milliseconds}, Output(invocation.format));
+    StatusOptions options;
+    options.address = invocation.address;
+    options.timeoutMs = invocation.limit.isExplicit ? invocation.limit.milliseconds : 0;
+    return RunStatus(options, Output(invocation.format));
 #else
     throw UsageError(QStringLiteral("status: not part of this build"));
 #endif
@@ -29,8 +32,11 @@ int RunStatusCommand([[maybe_unused]] const Invocation& invocation)
 int RunTraceCommand([[maybe_unused]] const Invocation& invocation)
 {
 #ifdef KIVCTL_HAS_TRACE
-    const int limit = invocation.limit.isExplicit ? invocation.limit.milliseconds : 0;
-    return RunTrace({invocation.arguments.value(0), limit}, Output(invocation.format));
+    TraceOptions options;
+    options.address = invocation.address;
+    options.captureFile = invocation.arguments.value(0);
+    options.timeoutMs = invocation.limit.isExplicit ? invocation.limit.milliseconds : 0;
+    return RunTrace(options, Output(invocation.format));
 #else
     throw UsageError(QStringLiteral("trace: not part of this build"));
 #endif

@@ -121,15 +121,16 @@ void StreamTask::SayPlaying()
         Settle();
         return;
     }
-    if (m_App->AudioActiveAsync(true) == 0) {
+    m_HasSaidPlaying = m_App->AudioActiveAsync(true) != 0; // the focus can be lost before the answer is there
+    if (!m_HasSaidPlaying) {
         Fail(QStringLiteral("audioActive"));
     }
 }
 
 void StreamTask::PlayingSaid(quint32 /*requestId*/, bool result)
 {
+    m_HasSaidPlaying = m_HasSaidPlaying && result;
     if (IsAccepted(QStringLiteral("audioActive"), result)) {
-        m_HasSaidPlaying = true;
         Settle();
     }
 }
