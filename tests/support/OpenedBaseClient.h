@@ -2,13 +2,15 @@
 #ifndef KIV_TESTS_OPENEDBASECLIENT_H
 #define KIV_TESTS_OPENEDBASECLIENT_H
 
-#include "IServiceProviderProxyFactory.h"
+#include "FakeServiceProviderProxyFactory.h"
 #include "KivBaseClient.h"
 
 #include <QStringList>
 #include <QVector>
 
 namespace KivTest {
+
+using namespace Audio::Utils::Kiv::QtDbus::Testing;
 
 /** The base client alone, without a session: its state in the open, its three duties recorded. */
 class OpenedBaseClient : public Audio::Utils::Kiv::QtDbus::KivBaseClient

@@ -12,6 +12,8 @@
 
 namespace KivTest {
 
+using namespace Audio::Utils::Kiv::QtDbus::Testing;
+
 /** The bus name and the object path that test clients have of their own. */
 const QString kClientName = "com.quorvantel.audioclient.test";
 const QString kClientPath = "/com/quorvantel/audioclient/test";
@@ -92,9 +94,11 @@ public:
     bool m_InitializeResult = true;
 };
 
-/** Everything that a client needs, without a bus. Declare it before the client. */
+/** Everything that a client needs, without a bus; requests are answered with "{}". Declare it before the client. */
 struct FakeSurroundings
 {
+    FakeSurroundings() { Exchange().AnswerOthers("{}"); }
+
     FakeServiceRegistrator registrator{kClientName};
     FakeAdaptorConnection connection;
     FakeServiceProviderProxyFactory factory;

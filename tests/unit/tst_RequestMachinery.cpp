@@ -53,6 +53,7 @@ struct Fixture
 {
     Fixture()
     {
+        Exchange().AnswerOthers("{}");
         client->Open();
         log.Clear();
     }

@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: MIT
+#ifndef KIV_TESTING_PEERCONNECTION_H
+#define KIV_TESTING_PEERCONNECTION_H
+
+#include <QAtomicInt>
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusError>
+#include <QDBusMessage>
+#include <QDBusPendingReply>
+#include <QDBusServer>
+#include <QDBusVirtualObject>
+#include <QDeadlineTimer>
+#include <QEvent>
+#include <QMutex>
+#include <QMutexLocker>
+#include <QObject>
+#include <QString>
+#include <QThread>
+#include <QVector>
+
+#include <functional>
+#include <utility>
+
+namespace Audio::Utils::Kiv::QtDbus::Testing {
+
+/**
+ * A D-Bus connection of this process with itself, without a bus.
+ *
+ * Qt refuses a successful asynchronous reply that did not come over a connection; here is one. FakeExchange
+ * uses it; tests need it themselves only for what the fakes do not offer.
+ *
+ * **Threads.** All of it belongs to the thread of the constructor. Calls are answered there while its event
+ * loop runs.
+ *
+ * **Resources.** Each object keeps a listening socket open until the process ends.
+ *
+ * @code
+ * PeerConnection peer([](const QDBusMessage& call, const QDBusConnection& connection) {
+ *     connection.send(call.createReply(QStringLiteral("{}")));
+ * });
+ * const QDBusPendingReply<QString> reply = peer.Call(QStringLiteral("getMode"), QStringLiteral("{}"));
+ * @endcode
+ */
+class PeerConnection
+{
+public:
+    /** Receives a call and the connection over which the answer goes. */
+    using Respond = std::function<void(const QDBusMessage& call, const QDBusConnection& connection)>;
+
+    /**
+     * Connects, without handling any event of the program. Needs a QCoreApplication, and ends the program
+     * (`qFatal`) when there is none or when the connection fails.
+     *
+     * @param respond called for every message; sends the answer when it likes.
+     */
+    explicit PeerConnection(Respond respond)
+        : PeerConnection(std::move(respond), QStringLiteral("kiv-peer-%1").arg(smCount.fetchAndAddRelaxed(1)))
+    {
+    }
+
+    /**
+     * Likewise.
+     *
+     * @param respond called for every message.
+     * @param name the name of the calling end among the connections of this process.
+     */
+    PeerConnection(Respond respond, const QString& name)
+        : m_Object(std::move(respond)),
+          m_Server(MakeServer()),
+          m_Name(name)
+    {
+        m_Server.setAnonymousAuthenticationAllowed(true);
+        QObject::connect(&m_Server, &QDBusServer::newConnection, &m_Object,
+                         [this](const QDBusConnection& connection) { Accept(connection); });
+        QDBusConnection::connectToPeer(m_Server.address(), m_Name);
+        WaitUntilAccepted();
+    }
+
+    /** Disconnects. Calls without an answer fail. */
+    ~PeerConnection() { QDBusConnection::disconnectFromPeer(m_Name); }
+
+    PeerConnection(const PeerConnection&) = delete;
+    PeerConnection& operator=(const PeerConnection&) = delete;
+
+    /** Starts a call that the responder will answer. */
+    QDBusPendingReply<QString> Call(const QString& methodName, const QString& arguments)
+    {
+        QDBusMessage call = QDBusMessage::createMethodCall(QString(), QStringLiteral("/"),
+                                                           QStringLiteral("com.quorvantel.ServiceProvider"),
+                                                           QStringLiteral("Request"));
+        call.setArguments({methodName, arguments});
+        return QDBusConnection(m_Name).asyncCall(call);
+    }
+
+private:
+    class Object : public QDBusVirtualObject
+    {
+    public:
+        explicit Object(Respond respond)
+            : m_Respond(std::move(respond))
+        {
+        }
+
+        QString introspect(const QString&) const override { return QString(); }
+
+        bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override
+        {
+            m_Respond(message, connection);
+            return true;
+        }
+
+    private:
+        Respond m_Respond;
+    };
+
+    // A server is never destroyed: Qt 5.15 deletes its private part on another thread while the destructor
+    // still holds a lock in it, which now and then ends in a hang. It stays reachable, so that it is no leak.
+    static QDBusServer& MakeServer()
+    {
+        if (QCoreApplication::instance() == nullptr) {
+            qFatal("PeerConnection: asynchronous answers need a QCoreApplication");
+        }
+        auto* server = new QDBusServer(QStringLiteral("unix:tmpdir=/tmp"));
+        const QMutexLocker lock(&smLock);
+        smServers.append(server);
+        return *server;
+    }
+
+    void Accept(const QDBusConnection& connection)
+    {
+        QDBusConnection accepted(connection);
+        accepted.registerVirtualObject(QStringLiteral("/"), &m_Object, QDBusConnection::SubPath);
+        m_Accepted.append(accepted);
+    }
+
+    // Only the server's own events: the program's may do anything, and the caller is within a request.
+    void WaitUntilAccepted()
+    {
+        const QDeadlineTimer watchdog(30000);
+        while (m_Accepted.isEmpty() && !watchdog.hasExpired()) {
+            QThread::usleep(100);
+            QCoreApplication::sendPostedEvents(&m_Server, QEvent::MetaCall);
+        }
+        if (m_Accepted.isEmpty()) {
+            qFatal("PeerConnection: no connection: %s", qPrintable(m_Server.lastError().message()));
+        }
+    }
+
+    inline static QMutex smLock;
+    inline static QVector<QDBusServer*>& smServers = *new QVector<QDBusServer*>;
+    inline static QAtomicInt smCount;
+
+    Object m_Object;
+    QDBusServer& m_Server;
+    QString m_Name;
+    QVector<QDBusConnection> m_Accepted;
+};
+
+} // namespace Audio::Utils::Kiv::QtDbus::Testing
+
+#endif // KIV_TESTING_PEERCONNECTION_H
