@@ -109,7 +109,7 @@ function(_kiv_find_command result)
             _kiv_refuse_bus_test("the target ${program} of COMMAND is not an executable.")
         endif()
         # Not with list(), which loses the escapes of semicolons.
-        string(REGEX REPLACE "^[^;]*" "$<TARGET_FILE:${program}>" command "${arg_COMMAND}")
+        string(REGEX REPLACE "^[^;]+" "$<TARGET_FILE:${program}>" command "${arg_COMMAND}")
     endif()
     set(${result} "${command}" PARENT_SCOPE)
 endfunction()

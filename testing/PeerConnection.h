@@ -7,6 +7,7 @@
 #include <QDBusConnection>
 #include <QDBusError>
 #include <QDBusMessage>
+#include <QDBusPendingCall>
 #include <QDBusPendingReply>
 #include <QDBusServer>
 #include <QDBusVirtualObject>
@@ -19,6 +20,7 @@
 #include <QThread>
 #include <QVector>
 
+#include <algorithm>
 #include <functional>
 #include <utility>
 
@@ -77,8 +79,16 @@ public:
         WaitUntilAccepted();
     }
 
-    /** Disconnects. Calls without an answer fail. */
-    ~PeerConnection() { QDBusConnection::disconnectFromPeer(m_Name); }
+    /** Calls without an answer fail, while the event loop runs. */
+    ~PeerConnection()
+    {
+        if (IsAnyUnanswered()) {
+            // Not disconnected: Qt 5.15 deletes the calls of such a connection, also when their replies are in use.
+            m_Object.FailAll();
+        } else {
+            QDBusConnection::disconnectFromPeer(m_Name);
+        }
+    }
 
     PeerConnection(const PeerConnection&) = delete;
     PeerConnection& operator=(const PeerConnection&) = delete;
@@ -90,7 +100,12 @@ public:
                                                            QStringLiteral("com.quorvantel.ServiceProvider"),
                                                            QStringLiteral("Request"));
         call.setArguments({methodName, arguments});
-        return QDBusConnection(m_Name).asyncCall(call);
+        if (!IsAnyUnanswered()) {
+            m_Calls.clear();
+            m_Object.Forget();
+        }
+        m_Calls.append(QDBusConnection(m_Name).asyncCall(call));
+        return m_Calls.last();
     }
 
 private:
@@ -106,12 +121,31 @@ private:
 
         bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override
         {
+            m_Received.append({message, connection});
             m_Respond(message, connection);
             return true;
         }
 
+        void Forget() { m_Received.clear(); }
+
+        // Whoever was answered already ignores a second answer.
+        void FailAll() const
+        {
+            for (const Received& one : m_Received) {
+                one.connection.send(one.message.createErrorReply(
+                    QDBusError::NoReply, QStringLiteral("the peer connection has ended")));
+            }
+        }
+
     private:
+        struct Received
+        {
+            QDBusMessage message;
+            QDBusConnection connection;
+        };
+
         Respond m_Respond;
+        QVector<Received> m_Received;
     };
 
     // A server is never destroyed: Qt 5.15 deletes its private part on another thread while the destructor
@@ -147,6 +181,12 @@ private:
         }
     }
 
+    bool IsAnyUnanswered() const
+    {
+        return std::any_of(m_Calls.cbegin(), m_Calls.cend(),
+                           [](const QDBusPendingCall& call) { return !call.isFinished(); });
+    }
+
     inline static QMutex smLock;
     inline static QVector<QDBusServer*>& smServers = *new QVector<QDBusServer*>;
     inline static QAtomicInt smCount;
@@ -155,6 +195,7 @@ private:
     QDBusServer& m_Server;
     QString m_Name;
     QVector<QDBusConnection> m_Accepted;
+    QVector<QDBusPendingCall> m_Calls;
 };
 
 } // namespace Audio::Utils::Kiv::QtDbus::Testing

@@ -1,0 +1,48 @@
+# shellcheck shell=bash disable=SC2034 # what is set here is used by the scripts
+# What the scripts of this folder share; sourced, with the arguments BUILD-FOLDER CMAKE GENERATOR COMPILER LIBDIR FLAGS.
+# Installs a build, moves the tree, and lets nobody find a bus.
+# SPDX-License-Identifier: MIT
+set -euo pipefail
+build=$1 cmake=$2 generator=$3 compiler=$4 libdir=$5 flags=$6
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+root=$(cd "$here/../.." && pwd)
+stage=$(mktemp -d)
+trap 'rm -rf "$stage"' EXIT
+
+"$cmake" --install "$build" --prefix "$stage/first" >/dev/null
+mv "$stage/first" "$stage/moved"
+installed=$stage/moved
+warnings=(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+export LD_LIBRARY_PATH=$installed/$libdir
+export PKG_CONFIG_PATH=$installed/$libdir/pkgconfig
+export DBUS_SYSTEM_BUS_ADDRESS=unix:path=$stage/no-bus
+export DBUS_SESSION_BUS_ADDRESS=unix:path=$stage/no-bus
+
+# configure PROJECT FOLDER OPTION…: a stranger's project, against the installed tree.
+configure() {
+    local project=$1 folder=$2
+    shift 2
+    "$cmake" -S "$project" -B "$folder" -G "$generator" -DCMAKE_PREFIX_PATH="$installed" \
+        -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="$flags ${warnings[*]}" "$@"
+}
+
+# example NAME HEADER-FOLDER: makes a source file of the example on standard input, with all headers of a folder.
+example() {
+    {
+        for header in "$2"/*.h; do
+            echo "#include <${header##*/}>"
+        done
+        printf '#include <QCoreApplication>\n#include <QDBusConnection>\n#include <QDebug>\n#include <QTimer>\n'
+        printf 'using namespace Audio::Utils::Kiv::QtDbus;\nvoid example();\nvoid example()\n{\n'
+        cat
+        echo "}"
+    } >"$stage/$1.cpp"
+    local count
+    count=$(find "$2" -maxdepth 1 -name '*.h' | wc -l)
+    [ "$(wc -l <"$stage/$1.cpp")" -gt $((count + 10)) ] || { echo "no example found for $1" >&2; exit 1; }
+}
+
+# class_example HEADER: the first example of a header's documentation.
+class_example() {
+    sed -n '/@code/,/@endcode/p' "$1" | sed '/@endcode/q' | sed '1d;$d;s/^ \* \{0,1\}//'
+}
