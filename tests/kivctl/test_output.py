@@ -154,7 +154,7 @@ class RefusedNameTest(BusWithPolicyTest):
         return allowing.replace("  </policy>", '    <deny own_prefix="com.kiv.kivctl"/>\n  </policy>')
 
     def test_nameRefused_theServiceIsToldTheUniqueName(self):
-        self.start_simulator("--log")
+        self.start_simulator("--log", "text")
         code, output, errors = self.run_kivctl("mode")
         self.assertEqual((code, output), (0, "Radio\n"))
         self.assertRegex(errors, r"\Akivctl: the bus does not give this program the name com\.kiv\.kivctl\.p\d+; "
@@ -174,6 +174,7 @@ class StrictBusTest(BusWithPolicyTest):
     <deny own="*"/>
     <deny send_type="method_call"/>
     <allow own="com.quorvantel.service.AudioManagement"/>
+    <allow own="com.kiv.AudioSimulator"/>
     <allow send_destination="org.freedesktop.DBus"/>
     <allow receive_type="method_call"/>
   </policy>

@@ -36,10 +36,10 @@ int RunUntilEnd(const Options& options, const QDBusConnection& connection, Event
     QObject::connect(&control, &ControlObject::Disconnected, &service,
                      [] { QCoreApplication::exit(Fail(ExitNoBus, QStringLiteral("the bus has gone"))); });
     if (!control.Start()) {
-        return Fail(ExitNameTaken, QStringLiteral("the simulator's bus name is taken"));
+        return Fail(ExitNameTaken, QStringLiteral("the simulator's bus name is taken, or not allowed"));
     }
     if (!player.Play(options.scenario)) {
-        return Fail(ExitNameTaken, QStringLiteral("the service's bus name is taken"));
+        return Fail(ExitNameTaken, QStringLiteral("the service's bus name is taken, or not allowed"));
     }
     std::puts("ready");
     std::fflush(stdout);
