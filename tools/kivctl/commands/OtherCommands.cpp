@@ -6,40 +6,28 @@
 #include "cli/Help.h"
 #include "cli/Invocation.h"
 #include "cli/UsageError.h"
-#ifdef KIVCTL_HAS_STATUS
 #include "status/StatusCommand.h"
-#endif
-#ifdef KIVCTL_HAS_TRACE
 #include "trace/TraceCommand.h"
-#endif
 
 #include <cstdio>
 
 namespace Kivctl {
 
-int RunStatusCommand([[maybe_unused]] const Invocation& invocation)
+int RunStatusCommand(const Invocation& invocation)
 {
-#ifdef KIVCTL_HAS_STATUS
     StatusOptions options;
     options.address = invocation.address;
-    options.timeoutMs = invocation.limit.isExplicit ? invocation.limit.milliseconds : 0;
+    options.timeoutMs = invocation.limit.milliseconds;
     return RunStatus(options, Output(invocation.format));
-#else
-    throw UsageError(QStringLiteral("status: not part of this build"));
-#endif
 }
 
-int RunTraceCommand([[maybe_unused]] const Invocation& invocation)
+int RunTraceCommand(const Invocation& invocation)
 {
-#ifdef KIVCTL_HAS_TRACE
     TraceOptions options;
     options.address = invocation.address;
     options.captureFile = invocation.arguments.value(0);
     options.timeoutMs = invocation.limit.isExplicit ? invocation.limit.milliseconds : 0;
     return RunTrace(options, Output(invocation.format));
-#else
-    throw UsageError(QStringLiteral("trace: not part of this build"));
-#endif
 }
 
 int RunHelp(const Invocation& invocation)
