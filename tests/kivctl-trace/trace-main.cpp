@@ -7,7 +7,8 @@
 
 #include <cstdio>
 
-// kivctl-trace-program status|trace text|json ADDRESS TIMEOUT_MS [CAPTURE]: the two commands without the rest of kivctl.
+// kivctl-trace-program status|trace text|json ADDRESS TIMEOUT_MS [CAPTURE]: the two commands without the rest
+// of kivctl.
 int main(int argc, char** argv)
 {
     Tools::TerminationSignal::Block();

@@ -13,9 +13,9 @@ namespace Kivctl {
 /**
  * Asks a bus and the service on it whether they are well, and prints each finding when it is known.
  *
- * An object speaks the interface when its introspection says so. Since a service need not be introspectable, any
- * other answer is followed by a Request of a method that no service has: a text is a service's answer, whether it
- * holds errCode or not.
+ * An object speaks the interface when its introspection says so. Since a service need not be introspectable,
+ * any other answer is followed by a Request of a method that no service has: a text is a service's answer,
+ * whether it holds errCode or not.
  */
 class ServiceCheck
 {

@@ -18,8 +18,8 @@ struct StatusOptions
 /**
  * Prints whether the bus and the service are there and answer, one finding after the other.
  *
- * Needs a QCoreApplication whose event loop does not run, and Tools::TerminationSignal::Block(). It changes nothing
- * and does not start the service.
+ * Needs a QCoreApplication whose event loop does not run, and Tools::TerminationSignal::Block(). It changes
+ * nothing and does not start the service.
  *
  * @return an ExitCode, that of the first finding that is not as it should be.
  */

@@ -39,8 +39,8 @@ struct BusAnswer
 /**
  * A connection with a bus, on which no question takes longer than it may.
  *
- * A wait runs an event loop on the thread of this object. Unlike a connection of Qt it also bounds the greeting of
- * the bus.
+ * A wait runs an event loop on the thread of this object. Unlike a connection of Qt it also bounds the
+ * greeting of the bus.
  */
 class BusClient : public QObject
 {

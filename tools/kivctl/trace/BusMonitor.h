@@ -10,8 +10,8 @@
 namespace Kivctl {
 
 /**
- * Sees the messages of a bus that a trace of the protocol needs, whoever they are for: what concerns its interface,
- * changes of names' owners, and all answers, since an answer names no interface.
+ * Sees the messages of a bus that a trace of the protocol needs, whoever they are for: what concerns its
+ * interface, changes of names' owners, and all answers, since an answer names no interface.
  */
 class BusMonitor : public QObject
 {

@@ -22,7 +22,8 @@ public:
      * Likewise of bytes, in either byte order.
      *
      * @param bytes the message, or its beginning.
-     * @param fullLength the length of the whole message. Where @p bytes are fewer, the last text ends where they end;
+     * @param fullLength the length of the whole message. Where @p bytes are fewer, the last text ends where
+     * they end;
      *        nothing can be decoded when they do not reach the last text.
      * @param[out] error why nothing was decoded.
      */

@@ -8,7 +8,10 @@
 
 namespace Kivctl {
 
-/** Reads pcapng: blocks, of which the enhanced packet blocks of D-Bus interfaces hold messages. Others are passed over. */
+/**
+ * Reads pcapng: blocks, of which the enhanced packet blocks of D-Bus interfaces hold messages. Others are
+ * passed over.
+ */
 class PcapngReader : public CaptureReader
 {
 public:

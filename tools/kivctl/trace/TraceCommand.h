@@ -19,8 +19,8 @@ struct TraceOptions
 /**
  * Prints the protocol's messages as they go over a bus, or those of a capture file.
  *
- * Needs a QCoreApplication whose event loop does not run, and Tools::TerminationSignal::Block(). Also the greeting of
- * the bus is bounded, by five seconds.
+ * Needs a QCoreApplication whose event loop does not run, and Tools::TerminationSignal::Block(). Also the
+ * greeting of the bus is bounded, by five seconds.
  *
  * @return an ExitCode.
  */

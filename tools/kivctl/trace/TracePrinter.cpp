@@ -143,19 +143,15 @@ QString Arrow(const TraceRecord& record)
     return QStringLiteral("!!");
 }
 
-// The client of a call or its answer; the sender of a broadcast.
 QString Peer(const TraceRecord& record)
 {
-    const bool isAnswer = record.kind == Kind::Reply || record.kind == Kind::Error;
-    const bool isFromClient = record.direction == Direction::ToService || record.kind == Kind::Signal;
-    const bool isSender = isFromClient != isAnswer;
-    QStringList peer{isSender ? record.sender : record.destination};
-    for (const QString& name : isSender ? record.senderNames : record.destinationNames) {
-        if (!peer.contains(name)) {
+    QStringList peer{record.client};
+    for (const QString& name : record.clientNames) {
+        if (name != record.client) {
             peer.append(name);
         }
     }
-    if (!isFromClient) {
+    if (record.direction == Direction::ToClient) {
         peer.append(record.path);
     }
     return QStringLiteral("  [%1]").arg(peer.join(QLatin1Char(' ')));

@@ -43,6 +43,8 @@ struct TraceRecord
     QStringList senderNames; ///< well-known bus names
     QStringList destinationNames;
     QString path;
+    QString client; ///< of a call and its answer, as the call names it; the sender of a broadcast
+    QStringList clientNames;
     std::optional<qint64> session;
     std::optional<qint64> duration; ///< microseconds since the call
     QString state;

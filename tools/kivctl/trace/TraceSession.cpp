@@ -14,7 +14,8 @@ namespace Kivctl {
 TraceSession::TraceSession(const Output& output)
     : m_Printer(output)
 {
-    // A reader that has left ends the program by the failing write, as it would end it by the signal, but quietly.
+    // A reader that has left ends the program by the failing write, as it would end it by the signal, but
+    // quietly.
     std::signal(SIGPIPE, SIG_IGN);
     connect(&m_Termination, &Tools::TerminationSignal::Received, this,
             [this](int number) { End(ExitInterrupted - SIGINT + number); });

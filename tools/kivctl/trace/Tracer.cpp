@@ -138,6 +138,7 @@ QVector<TraceRecord> Tracer::HandleCall(const BusMessage& message)
     }
     SetText(call, message.texts.value(1));
     call.session = SessionOf(call.json);
+    SetClient(call, call.direction == Direction::ToService ? message.sender : message.destination);
 
     QVector<TraceRecord> records;
     if (message.isReplyExpected) {
@@ -166,6 +167,8 @@ QVector<TraceRecord> Tracer::HandleAnswer(const BusMessage& message)
     answer.role = call->role;
     answer.method = call->method;
     answer.path = call->path;
+    answer.client = call->client;
+    answer.clientNames = call->clientNames;
     answer.errorName = message.errorName;
     answer.duration = std::max<qint64>(0, message.time - call->time);
     if (isError) {
@@ -191,6 +194,7 @@ QVector<TraceRecord> Tracer::HandleSignal(const BusMessage& message)
     signal.role = Protocol::RoleOfPath(message.path);
     signal.method = message.texts.value(0);
     SetText(signal, message.texts.value(1));
+    SetClient(signal, message.sender);
     return {signal};
 }
 
@@ -230,6 +234,12 @@ TraceRecord Tracer::MakeRecord(Kind kind, const BusMessage& message) const
     record.path = message.path;
     record.isCut = message.isCut;
     return record;
+}
+
+void Tracer::SetClient(TraceRecord& record, const QString& client) const
+{
+    record.client = client;
+    record.clientNames = m_Names.NamesOf(m_Names.UniqueNameOf(client));
 }
 
 TraceRecord Tracer::MakeServiceRecord(const QString& state, const QString& owner, qint64 time) const

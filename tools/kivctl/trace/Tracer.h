@@ -12,8 +12,8 @@
 namespace Kivctl {
 
 /**
- * Finds the protocol in a bus's messages, in their order: calls of its interface, their answers, its broadcasts, and
- * the coming and going of the service. Other messages become nothing.
+ * Finds the protocol in a bus's messages, in their order: calls of its interface, their answers, its
+ * broadcasts, and the coming and going of the service. Other messages become nothing.
  */
 class Tracer
 {
@@ -24,7 +24,9 @@ public:
     /** The service's state before the first message, as a record: "present" or "absent". */
     TraceRecord Beginning(qint64 time) const;
 
-    /** What a message comes to; at most one record of its own, and those of calls that will have no answer. */
+    /**
+     * What a message comes to; at most one record of its own, and those of calls that will have no answer.
+     */
     QVector<TraceRecord> Handle(const BusMessage& message);
 
     /** The calls that are still without an answer. */
@@ -36,6 +38,7 @@ private:
     QVector<TraceRecord> HandleSignal(const BusMessage& message);
     QVector<TraceRecord> HandleOwnerChange(const BusMessage& message);
     TraceRecord MakeRecord(TraceRecord::Kind kind, const BusMessage& message) const;
+    void SetClient(TraceRecord& record, const QString& client) const;
     TraceRecord MakeServiceRecord(const QString& state, const QString& owner, qint64 time) const;
     void LearnOwner(const TraceRecord& call, const BusMessage& answer);
 
