@@ -51,11 +51,11 @@ def message(kind, serial, texts=(), *, order="<", flags=0, **fields):
 
 def pcap(messages, *, order="<", magic=0xA1B2C3D4, link_type=DBUS):
     """A pcap file of (seconds, fraction, bytes) or (seconds, fraction, bytes, full length)."""
-    data = struct.pack(order + "IHHiIII", magic, 2, 4, 0, 0, 65535, link_type)
+    parts = [struct.pack(order + "IHHiIII", magic, 2, 4, 0, 0, 65535, link_type)]
     for seconds, fraction, content, *full in messages:
-        data += struct.pack(order + "IIII", seconds, fraction, len(content), full[0] if full else len(content))
-        data += content
-    return data
+        parts.append(struct.pack(order + "IIII", seconds, fraction, len(content), full[0] if full else len(content)))
+        parts.append(content)
+    return b"".join(parts)
 
 
 def block(kind, body, order="<"):

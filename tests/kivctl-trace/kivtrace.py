@@ -9,8 +9,13 @@ import socket
 import subprocess
 import sys
 import tempfile
+import threading
 
-from kivinterop import BUS_CONFIGURATION, PATIENCE, InteropTest, Process, require_tool
+import dbus.lowlevel
+from dbus.mainloop.glib import DBusGMainLoop
+from gi.repository import GLib
+
+from kivinterop import BUS_CONFIGURATION, PATIENCE, SERVICE, InteropTest, Process, require_tool
 
 import capturefile
 
@@ -64,6 +69,8 @@ class Program(Process):
         return self._errors.read()
 
     def end(self):
+        if self.is_running():
+            self.signal(signal.SIGCONT)
         super().end()
         self._errors.close()
 
@@ -88,6 +95,42 @@ class RawConnection:
 
     def close(self):
         self._socket.close()
+
+
+class BlindService:
+    """A service that refuses introspection, and answers everything else with a text, or with nothing."""
+
+    def __init__(self, address, answers_text=True):
+        self._requests = []
+        self._answers_text = answers_text
+        self._bus = dbus.bus.BusConnection(address, mainloop=DBusGMainLoop())
+        self._bus.add_message_filter(self._handle)
+        self._bus.request_name(SERVICE)
+        self._loop = GLib.MainLoop()
+        self._thread = threading.Thread(target=self._loop.run, daemon=True)
+        self._thread.start()
+
+    def _handle(self, connection, message):
+        if not isinstance(message, dbus.lowlevel.MethodCallMessage):
+            return dbus.lowlevel.HANDLER_RESULT_NOT_YET_HANDLED
+        if message.get_member() == "Introspect":
+            connection.send_message(dbus.lowlevel.ErrorMessage(message, "org.freedesktop.DBus.Error.AccessDenied", "no"))
+            return dbus.lowlevel.HANDLER_RESULT_HANDLED
+        if message.get_member() == "Request":
+            self._requests.append((str(message.get_path()), *map(str, message.get_args_list())))
+        reply = dbus.lowlevel.MethodReturnMessage(message)
+        if self._answers_text:
+            reply.append('{"errCode":2}', signature="s")
+        connection.send_message(reply)
+        return dbus.lowlevel.HANDLER_RESULT_HANDLED
+
+    def requests(self):
+        return self._requests
+
+    def close(self):
+        self._loop.quit()
+        self._thread.join(PATIENCE)
+        self._bus.close()
 
 
 class TraceTest(InteropTest):

@@ -6,7 +6,7 @@ import signal
 import unittest
 
 from kivinterop import APP_PATH, HMI_PATH, SERVICE
-from kivtrace import PROGRAM, TraceTest, record_of
+from kivtrace import PROGRAM, BlindService, TraceTest, record_of
 
 HMI = {"record": "object", "role": "hmi", "path": HMI_PATH, "answering": True, "foundBy": "introspection"}
 APP = {"record": "object", "role": "app", "path": APP_PATH, "answering": True, "foundBy": "introspection"}
@@ -129,6 +129,22 @@ class Status(TraceTest):
         self.assertEqual((records[2:4], code), ([HMI, SILENT_APP], 6))
         self.assertEqual(records[4]["record"], "roundTrip")
         self.assertTrue(errors.startswith(f"kivctl: object {APP_PATH}: org.freedesktop.DBus.Error."), errors)
+
+    def test_object_that_tells_nothing_about_itself_is_asked_for_something_harmless(self):
+        service = BlindService(self.address)
+        self.addCleanup(service.close)
+        records, code, errors = self.status()
+        self.assertEqual((records[2:4], code, errors),
+                         ([dict(HMI, foundBy="request"), dict(APP, foundBy="request")], 0, ""))
+        self.assertEqual(service.requests(), [(HMI_PATH, "kivctlStatus", "{}"), (APP_PATH, "kivctlStatus", "{}")])
+
+    def test_answer_that_is_no_text_ends_with_six(self):
+        service = BlindService(self.address, answers_text=False)
+        self.addCleanup(service.close)
+        records, code, errors = self.status()
+        self.assertEqual((records[2:4], code), ([SILENT_HMI, SILENT_APP], 6))
+        self.assertEqual(errors, f"kivctl: object {HMI_PATH}: the answer of Request is no text\n"
+                                 f"kivctl: object {APP_PATH}: the answer of Request is no text\n")
 
 
 if __name__ == "__main__":
