@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What the tests of kivctl's status and trace share: the programs on a private bus, and records checked by the schema."""
+"""What the tests of kivctl's status and trace share: programs on a private bus, records checked by the schema."""
 
 import json
 import os
@@ -114,7 +114,8 @@ class BlindService:
         if not isinstance(message, dbus.lowlevel.MethodCallMessage):
             return dbus.lowlevel.HANDLER_RESULT_NOT_YET_HANDLED
         if message.get_member() == "Introspect":
-            connection.send_message(dbus.lowlevel.ErrorMessage(message, "org.freedesktop.DBus.Error.AccessDenied", "no"))
+            refusal = dbus.lowlevel.ErrorMessage(message, "org.freedesktop.DBus.Error.AccessDenied", "no")
+            connection.send_message(refusal)
             return dbus.lowlevel.HANDLER_RESULT_HANDLED
         if message.get_member() == "Request":
             self._requests.append((str(message.get_path()), *map(str, message.get_args_list())))

@@ -216,7 +216,8 @@ class Capture(TraceTest):
         for path, error in ((self.directory + "/nobody", "No such file or directory"),
                             (self.directory, "is no regular file"), ("/dev/null", "is no regular file")):
             with self.subTest(path):
-                self.assertEqual(self.run_program("trace", "json", "", "0", path), ([], 2, f"kivctl: {path}: {error}\n"))
+                done = self.run_program("trace", "json", "", "0", path)
+                self.assertEqual(done, ([], 2, f"kivctl: {path}: {error}\n"))
 
     def test_timeout_bounds_the_reading(self):
         path = os.path.join(self.directory, "capture")

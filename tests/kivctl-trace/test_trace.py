@@ -103,7 +103,9 @@ class Trace(TraceTest):
 
     def test_service_coming_and_leaving_is_shown(self):
         trace = self.start_trace()
-        self.assertEqual({**record_of(self.first_line), "time": ""}, {"record": "service", "state": "absent", "time": ""})
+        first = record_of(self.first_line)
+        del first["time"]
+        self.assertEqual(first, {"record": "service", "state": "absent"})
         simulator = self.start_simulator()
         came = record_of(trace.line())
         self.assertEqual((came["state"], came["owner"]), ("came", str(self.bus.get_name_owner(SERVICE))))
@@ -235,9 +237,10 @@ class Trace(TraceTest):
                                     'send_interface="org.freedesktop.DBus.Monitoring"/></policy>')
         lines, code, errors = self.run_program("trace", "json", address, "0")
         self.assertEqual((lines, code), ([], 3))
-        self.assertTrue(errors.startswith(f'kivctl: the bus at "{address}" does not let this user monitor it ('), errors)
-        self.assertTrue(errors.endswith("; run as root or as the user of the bus, or have its policy allow "
-                                        'send_interface="org.freedesktop.DBus.Monitoring"\n'), errors)
+        start, end = f'kivctl: the bus at "{address}" does not let this user monitor it (', (
+            "); only root and the user of the bus may, and its policy must allow them to send "
+            "org.freedesktop.DBus.Monitoring\n")
+        self.assertEqual((errors[:len(start)], errors[-len(end):]), (start, end))
 
     def test_bus_gone_ends_with_three_after_what_was_pending(self):
         address, daemon = self.start_bus()
@@ -289,6 +292,7 @@ class Trace(TraceTest):
 
     def test_flood_is_shown_whole_in_bounded_memory(self):
         count = 100000
+        self.environment["ASAN_OPTIONS"] = "quarantine_size_mb=1"  # with a sanitizer, freed memory would count
         trace = self.start_trace("text")
         raw = self.connect()
         peak = self.peak_memory(trace)

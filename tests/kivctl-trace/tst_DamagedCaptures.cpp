@@ -92,7 +92,7 @@ void tst_DamagedCaptures::everyTruncation_givesABeginningOfTheLines()
         QCOMPARE(result.lines, m_Lines.mid(0, result.lines.size()));
         ends += result.error.isEmpty() ? 1 : 0;
     }
-    // Only where a block ends the file could have ended, too: one section, one interface, each of the messages.
+    // Where a block ends the file could have ended, too.
     QCOMPARE(ends, KIV_CAPTURE_BLOCKS - 1);
 }
 

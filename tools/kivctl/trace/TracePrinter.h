@@ -11,8 +11,8 @@ namespace Kivctl {
  * Prints records: as JSON, which schemas/kivctl-trace.schema.json describes, or as lines in the manner of the
  * simulator's log, with times of day in UTC:
  *
- *     12:00:01.000250 <- app  requestAudioFocus {"requestType":"query","sessionId":2}  [:1.7 org.player]  session 2
- *     12:00:01.000612 -> app  requestAudioFocus = {}  [:1.7 org.player]  session 2, 362 us
+ *     12:00:01.000250 <- app  requestAudioFocus {"requestType":"query","sessionId":2}  [:1.7 player]  session 2
+ *     12:00:01.000612 -> app  requestAudioFocus = {}  [:1.7 player]  session 2, 362 us
  *     12:00:01.000701 => hmi  audioFocusChangeEvent {…}  [:1.3 com.quorvantel.service.AudioManagement]
  *
  * Control characters of messages are escaped. A long text is shortened in a line, and whole in JSON.
