@@ -23,8 +23,8 @@ class CaptureReader
 {
 public:
     /**
-     * A reader for the kind of file that @p device holds: pcapng, as busctl of systemd 249 and later writes
-     * it, or pcap, as earlier ones do; in either byte order.
+     * A reader for the kind of file that @p device holds: pcapng, as busctl of Debian 12 writes
+     * it, or pcap, as older ones do; in either byte order.
      *
      * @param device open, seekable; must outlive the reader.
      * @param[out] error with the offset, when the result is null.

@@ -27,9 +27,9 @@ int ReportOpening(const BusAnswer& answer, const QString& address)
 {
     if (answer.errorName == QLatin1String(DBUS_ERROR_ACCESS_DENIED)) {
         Output::Complain(
-            QStringLiteral("the bus at \"%1\" does not let this user monitor it (%2); run as root or as "
-                           "the user of the bus, or have its policy allow "
-                           "send_interface=\"org.freedesktop.DBus.Monitoring\"")
+            QStringLiteral("the bus at \"%1\" does not let this user monitor it (%2); only root and the "
+                           "user of the bus may, and its policy must allow them to send "
+                           "org.freedesktop.DBus.Monitoring")
                 .arg(address, answer.errorText));
         return ExitNoBus;
     }
