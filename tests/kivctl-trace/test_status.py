@@ -49,7 +49,7 @@ class Status(TraceTest):
         self.assertEqual((code, errors), (0, ""))
 
     def test_asking_changes_nothing_at_the_service(self):
-        simulator = self.start_simulator(None, "--log")
+        simulator = self.start_simulator(None, "--log", "text")
         self.assertEqual(self.status()[1], 0)
         simulator.signal(signal.SIGTERM)
         self.assertEqual(simulator.end_input(), ([], 0))
