@@ -95,8 +95,7 @@ quint32 ReadNumber(const CommandLine& line, const QCommandLineOption& option, qu
     const quint32 number = text.toUInt(&isNumber);
     if (!isNumber || number > most) {
         throw UsageError(QStringLiteral("--%1 \"%2\": expected a whole number from 0 to %3")
-                             .arg(option.names().first(), text)
-                             .arg(most));
+                             .arg(option.names().first(), text, QString::number(most)));
     }
     return number;
 }

@@ -53,7 +53,8 @@ const char* NameOf(Role role)
 QString OnOneLine(QString text)
 {
     if (text.size() > longestPayload) {
-        text = QStringLiteral("%1… (%2 characters)").arg(text.left(longestPayload)).arg(text.size());
+        text = QStringLiteral("%1… (%2 characters)")
+                   .arg(text.left(longestPayload), QString::number(text.size()));
     }
     return text.replace(QLatin1Char('\n'), QLatin1String("\\n"))
         .replace(QLatin1Char('\r'), QLatin1String("\\r"));

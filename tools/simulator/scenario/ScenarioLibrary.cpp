@@ -49,7 +49,7 @@ Scenario LoadScenarioNamed(const QString& name)
     try {
         return ReadScenario(file.readAll());
     } catch (const JsonError& error) {
-        throw UsageError(QStringLiteral("%1:%2: %3").arg(path).arg(error.Line()).arg(error.Text()));
+        throw UsageError(QStringLiteral("%1:%2: %3").arg(path, QString::number(error.Line()), error.Text()));
     }
 }
 
