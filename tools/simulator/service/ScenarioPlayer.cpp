@@ -9,8 +9,8 @@ ScenarioPlayer::ScenarioPlayer(AudioService& service, EventLog& log)
 {
     m_Timer.setSingleShot(true);
     m_Timer.setTimerType(Qt::PreciseTimer);
-    connect(&m_Timer, &QTimer::timeout, this, &ScenarioPlayer::DoNext);
-    connect(&m_Service, &AudioService::RequestTaken, this, &ScenarioPlayer::Proceed);
+    connect(&m_Timer, &QTimer::timeout, this, &ScenarioPlayer::DoWhatIsDue);
+    connect(&m_Service, &AudioService::RequestTaken, this, &ScenarioPlayer::HandleRequest);
 }
 
 bool ScenarioPlayer::Play(const Scenario& scenario)
@@ -65,9 +65,22 @@ bool ScenarioPlayer::IsTriggered(const Step& step) const
     return !step.when || m_Service.Calls().Of(step.when->method, step.when->role) >= step.when->calls;
 }
 
-void ScenarioPlayer::DoNext()
+// What a request triggers without a delay comes before the next request, however many are waiting.
+void ScenarioPlayer::HandleRequest()
 {
-    Do(m_Steps.dequeue());
+    Proceed();
+    if (m_Timer.isActive() && m_Steps.head().after == 0) {
+        m_Timer.stop();
+        DoWhatIsDue();
+    }
+}
+
+// The first step, and those that follow it without a delay.
+void ScenarioPlayer::DoWhatIsDue()
+{
+    do {
+        Do(m_Steps.dequeue());
+    } while (!m_Steps.isEmpty() && m_Steps.head().after == 0 && IsTriggered(m_Steps.head()));
     if (m_Steps.isEmpty()) {
         Q_EMIT Done();
     } else {

@@ -43,7 +43,8 @@ Q_SIGNALS:
 private:
     void Proceed();
     bool IsTriggered(const Step& step) const;
-    void DoNext();
+    void HandleRequest();
+    void DoWhatIsDue();
 
     AudioService& m_Service;
     EventLog& m_Log;
