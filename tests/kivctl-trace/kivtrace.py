@@ -182,11 +182,16 @@ class TraceTest(InteropTest):
                               text=True, check=False)
         return done.stdout.splitlines(), done.returncode, done.stderr
 
-    def play_session(self):
-        """An application of the library opens its session, asks for the focus, and leaves."""
+    def play_session(self, trace):
+        """An application of the library opens its session, gets the focus, and leaves; the trace's twelve lines."""
         app = self.start(CLIENT, "app")
         self.assertEqual(app.line(), "state INIT_STATE_SUCCESS")
         app.send("request")
-        self.assertEqual(app.lines(3), ["request 1", "event RequestAudioFocusCompleted 1 true",
-                                        "event ResponseToAudioFocusRequest [granted]"])
+        # A reply that comes before the client watches it is told late.
+        self.assertEqual(sorted(app.lines(3)), ["event RequestAudioFocusCompleted 1 true",
+                                                "event ResponseToAudioFocusRequest [granted]", "request 1"])
+        lines = trace.lines(9)
+        # The broadcast of the service and the client's answer: either may be first.
+        lines[7:9] = sorted(lines[7:9], key=lambda line: "audioFocusChangeEvent" not in line)
         self.assertEqual(app.end_input(), (["stopped"], 0))
+        return lines + trace.lines(3)

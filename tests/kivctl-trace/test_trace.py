@@ -40,8 +40,7 @@ class Trace(TraceTest):
         owner = self.bus.get_name_owner(SERVICE)
         trace = self.start_trace("text")
         self.assertEqual(without_times(self.first_line), f"TIME -- bus  service present  [{owner}]")
-        self.play_session()
-        lines = trace.lines(12)
+        lines = self.play_session(trace)
         me = re.search(r"\[(:\S+) ", lines[0]).group(1)
         client = f"  [{me} {CLIENT_NAME}]  session 1"
         called = f"  [{me} {CLIENT_NAME} {CLIENT_PATH}]  session 1"
@@ -72,8 +71,7 @@ class Trace(TraceTest):
         self.start_simulator()
         owner = str(self.bus.get_name_owner(SERVICE))
         trace = self.start_trace()
-        self.play_session()
-        records = self.records_of(trace, 12)
+        records = [record_of(line) for line in self.play_session(trace)]
         for record in records:
             del record["time"]
             self.assertEqual("durationMicroseconds" in record, record.pop("durationMicroseconds", None) is not None)
