@@ -108,6 +108,7 @@ class Process:
         return self._process.poll() is None
 
     def end(self):
+        """Ends the process if it is running; its exit code."""
         if self.is_running():
             self._process.terminate()
             try:
@@ -118,6 +119,7 @@ class Process:
         self._reader.join(PATIENCE)
         self._process.stdin.close()
         self._process.stdout.close()
+        return self._process.returncode
 
 
 class InteropTest(unittest.TestCase):

@@ -97,7 +97,7 @@ class Determinism(SimulatorTest):
         for deed, *details in script:
             self.do(client, deed, *details)
         self.heard, self.answers = client.heard, client.answers
-        simulator.end()
+        self.assertEqual(simulator.end(), 0)
         with open(path, encoding="utf-8") as file:
             return file.read()
 

@@ -65,8 +65,11 @@ ServiceBus::ServiceBus(const QString& address, EventLog& log)
     m_Connection.registerObject(QStringLiteral("/com/kiv/service/AudioManagement/AudioApplication"), &m_App);
 }
 
+// Calls that still wait are given up first: Qt's D-Bus thread frees them while it closes the connection, and would not
+// notice that watchers are being deleted here.
 ServiceBus::~ServiceBus()
 {
+    qDeleteAll(findChildren<QDBusPendingCallWatcher*>());
     QDBusConnection::disconnectFromBus(m_Name);
 }
 

@@ -95,7 +95,8 @@ void AudioService::Vanish()
 
 void AudioService::HandleCall(Role role, const QDBusMessage& message)
 {
-    const Call call{message,
+    const Call call{m_Bus.get(),
+                    message,
                     {role, message.service(), message.arguments().value(0).toString(),
                      message.arguments().value(1).toString()}};
     const Request& request = call.request;
@@ -186,12 +187,14 @@ void AudioService::Deliver(const Call& call, const Answer& answer)
         DeliverNow(call, answer);
         return;
     }
-    QTimer::singleShot(delay, Qt::PreciseTimer, m_Bus.get(),
-                       [this, call, answer] { DeliverNow(call, answer); });
+    QTimer::singleShot(delay, Qt::PreciseTimer, this, [this, call, answer] { DeliverNow(call, answer); });
 }
 
 void AudioService::DeliverNow(const Call& call, const Answer& answer)
 {
+    if (call.bus != m_Bus.get()) {
+        return;
+    }
     m_Bus->SendEvents(answer.eventsBefore);
     m_Bus->SendReply(call.message, call.request, answer);
     m_Bus->SendEvents(answer.eventsAfter);

@@ -54,6 +54,7 @@ Q_SIGNALS:
 private:
     struct Call
     {
+        const ServiceBus* bus; ///< it came in on; no answer is sent when the service has another by now
         QDBusMessage message;
         Request request;
     };
