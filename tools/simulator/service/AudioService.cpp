@@ -4,6 +4,8 @@
 #include "Spoiler.h"
 #include "Vocabulary.h"
 
+#include <QJsonDocument>
+
 #include <utility>
 
 namespace Simulator {
@@ -153,8 +155,12 @@ void AudioService::StrikeService(const Fault& fault)
 
 void AudioService::CallBackThenDeliver(const CallBackFirst& fault, const Call& call, const Answer& answer)
 {
-    m_Bus->CallBack(MakeCallBack(fault, call.request), fault.timeout,
-                    [this, call, answer] { Deliver(call, answer); });
+    const Effect effect = MakeCallBack(fault, call.request);
+    if (effect.objectPath.isEmpty()) { // a client without a session cannot be called
+        Deliver(call, answer);
+        return;
+    }
+    m_Bus->CallBack(effect, fault.timeout, [this, call, answer] { Deliver(call, answer); });
 }
 
 Effect AudioService::MakeCallBack(const CallBackFirst& fault, const Request& request) const
@@ -171,13 +177,26 @@ Effect AudioService::MakeCallBack(const CallBackFirst& fault, const Request& req
             isHmi ? QJsonObject{{Key::ActiveMode, m_Scenario.settings.modes.first().modes.first()}}
                   : QJsonObject{{Key::NewFocus, Value::TemporarilyLost}};
     }
-    for (const Session& session : m_Model->Sessions()) {
-        if (session.caller == request.caller && session.role == request.role) {
-            effect.objectPath = session.objectPath;
-            AddSession(effect, session);
-        }
+    if (const std::optional<Session> session = SessionOf(request)) {
+        effect.objectPath = session->objectPath;
+        AddSession(effect, *session);
     }
     return effect;
+}
+
+// The session that a request names; of a client that names none of its own, the first one.
+std::optional<Session> AudioService::SessionOf(const Request& request) const
+{
+    const QJsonObject parameters = QJsonDocument::fromJson(request.arguments.toUtf8()).object();
+    const qint64 id = parameters.value(Key::SessionId).toVariant().toLongLong();
+    std::optional<Session> found;
+    for (const Session& session : m_Model->Sessions()) {
+        const bool isCallers = session.caller == request.caller && session.role == request.role;
+        if (isCallers && (!found || session.id == id)) {
+            found = session;
+        }
+    }
+    return found;
 }
 
 void AudioService::Deliver(const Call& call, const Answer& answer)

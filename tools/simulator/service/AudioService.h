@@ -15,6 +15,7 @@
 #include <QTimer>
 
 #include <memory>
+#include <optional>
 
 namespace Simulator {
 
@@ -71,6 +72,7 @@ private:
     void ServeWith(const Fault& fault, const Call& call);
     void CallBackThenDeliver(const CallBackFirst& fault, const Call& call, const Answer& answer);
     Effect MakeCallBack(const CallBackFirst& fault, const Request& request) const;
+    std::optional<Session> SessionOf(const Request& request) const;
     void Deliver(const Call& call, const Answer& answer);
     void DeliverNow(const Call& call, const Answer& answer);
     void StrikeService(const Fault& fault);
