@@ -1,11 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "AdaptorConnection.h"
 #include "FakeService.h"
 #include "LogCapture.h"
-#include "ServiceProviderProxyAppFactory.h"
-#include "ServiceRegistrator.h"
 #include "SimulatorProcess.h"
-#include "TestClients.h"
 #include "TestMain.h"
 
 #include <QDBusConnectionInterface>
@@ -22,38 +18,6 @@ using namespace KivTest;
 using namespace Audio::Utils::Kiv::QtDbus;
 
 namespace {
-
-struct AppClient
-{
-    AppClient(const QString& path, const QString& stream, bool isPermanent,
-              const QString& busName = kClientName)
-        : registrator(bus, busName),
-          app(registrator, path, stream, connection, QString(), isPermanent, QString(), factory, true)
-    {
-    }
-
-    /** What was told about the focus, in order. */
-    void Listen()
-    {
-        QObject::connect(&app, &AudioManagerApp::SignalAudioFocusChanged, &app,
-                         [this](const QString& focus) { heard.append("changed " + focus); });
-        QObject::connect(&app, &AudioManagerApp::SignalResponseToAudioFocusRequest, &app,
-                         [this](const QString& result) { heard.append("result " + result); });
-    }
-
-    bool Initialize()
-    {
-        Listen();
-        return app.Initialize() == KivBaseClient::INIT_STATE_SUCCESS;
-    }
-
-    QDBusConnection bus = QDBusConnection::systemBus();
-    ServiceRegistrator registrator;
-    AdaptorConnection connection{bus};
-    ServiceProviderProxyAppFactory factory;
-    OpenedApp app;
-    QStringList heard;
-};
 
 /** A client without the library, on a connection of its own; it answers calls, or does not. */
 class RawClient : public QDBusVirtualObject

@@ -23,6 +23,7 @@ const char* const configuration =
     <allow own="*"/>
   </policy>
   <limit name="max_replies_per_connection">50000</limit>
+  %2
 </busconfig>
 )";
 
@@ -34,14 +35,14 @@ void PrivateBus::Daemon::setupChildProcess()
     ::prctl(PR_SET_PDEATHSIG, SIGTERM);
 }
 
-PrivateBus::PrivateBus()
+PrivateBus::PrivateBus(const QString& limits)
 {
     const QString configurationPath = m_Directory.filePath(QStringLiteral("bus.conf"));
     QFile file(configurationPath);
     if (!file.open(QIODevice::WriteOnly)) {
         qFatal("cannot write %s", qPrintable(configurationPath));
     }
-    file.write(QString::fromLatin1(configuration).arg(m_Directory.path()).toUtf8());
+    file.write(QString::fromLatin1(configuration).arg(m_Directory.path(), limits).toUtf8());
     file.close();
 
     m_Daemon.setProcessChannelMode(QProcess::ForwardedErrorChannel);

@@ -16,8 +16,12 @@ namespace KivTest {
 class PrivateBus
 {
 public:
-    /** Starts the daemon and sets DBUS_SYSTEM_BUS_ADDRESS; aborts the test program when that fails. */
-    PrivateBus();
+    /**
+     * Starts the daemon and sets DBUS_SYSTEM_BUS_ADDRESS; aborts the test program when that fails.
+     *
+     * @param limits "limit" elements of the daemon's configuration.
+     */
+    explicit PrivateBus(const QString& limits = QString());
 
     /** Ends the daemon. */
     ~PrivateBus();

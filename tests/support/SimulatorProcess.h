@@ -3,6 +3,7 @@
 #define KIV_TESTS_SIMULATORPROCESS_H
 
 #include "AdaptorConnection.h"
+#include "ServiceProviderProxyAppFactory.h"
 #include "ServiceProviderProxyHmiFactory.h"
 #include "ServiceRegistrator.h"
 #include "TestClients.h"
@@ -58,6 +59,16 @@ public:
 
     void Signal(int number) { ::kill(static_cast<pid_t>(m_Process.processId()), number); }
 
+    /** Whether the process has not ended. */
+    bool IsRunning() const { return m_Process.state() == QProcess::Running; }
+
+    /** Whether the process ends by this signal. */
+    bool EndsBy(int number)
+    {
+        const bool hasEnded = !IsRunning() || m_Process.waitForFinished(kPatience);
+        return hasEnded && m_Process.exitStatus() == QProcess::CrashExit && m_Process.exitCode() == number;
+    }
+
     QString Output()
     {
         m_Output += m_Process.readAllStandardOutput();
@@ -90,6 +101,40 @@ struct HmiClient
     QSignalSpy modeListChanged{&hmi, &Audio::Utils::Kiv::QtDbus::AudioManagerHmi::SignalModeListChanged};
     QSignalSpy focusChange{&hmi, &Audio::Utils::Kiv::QtDbus::AudioManagerHmi::SignalAudioFocusChange};
     QSignalSpy setModeCompleted{&hmi, &Audio::Utils::Kiv::QtDbus::AudioManagerHmi::SignalSetModeCompleted};
+};
+
+/** An application client, likewise; it registers its stream when it initialises. */
+struct AppClient
+{
+    AppClient(const QString& path, const QString& stream, bool isPermanent,
+              const QString& busName = kClientName)
+        : registrator(bus, busName),
+          app(registrator, path, stream, connection, QString(), isPermanent, QString(), factory, true)
+    {
+    }
+
+    /** What was told about the focus, in order. */
+    void Listen()
+    {
+        using Audio::Utils::Kiv::QtDbus::AudioManagerApp;
+        QObject::connect(&app, &AudioManagerApp::SignalAudioFocusChanged, &app,
+                         [this](const QString& focus) { heard.append("changed " + focus); });
+        QObject::connect(&app, &AudioManagerApp::SignalResponseToAudioFocusRequest, &app,
+                         [this](const QString& result) { heard.append("result " + result); });
+    }
+
+    bool Initialize()
+    {
+        Listen();
+        return app.Initialize() == Audio::Utils::Kiv::QtDbus::KivBaseClient::INIT_STATE_SUCCESS;
+    }
+
+    QDBusConnection bus = QDBusConnection::systemBus();
+    Audio::Utils::Kiv::QtDbus::ServiceRegistrator registrator;
+    Audio::Utils::Kiv::QtDbus::AdaptorConnection connection{bus};
+    Audio::Utils::Kiv::QtDbus::ServiceProviderProxyAppFactory factory;
+    OpenedApp app;
+    QStringList heard;
 };
 
 } // namespace KivTest
