@@ -1240,12 +1240,16 @@ void tst_SimulatorFaults::eventsFirst_asyncRequest_eventPrecedesCompletion()
 {
     ReadyAll();
     Arm(R"({"kind":"eventsFirst","times":2})");
+    const quint32 from = m_Stage->control.LogEnd();
     QCOMPARE(m_Stage->screen.hmi.SetModeAsync("Bluetooth"), 1u);
     const QStringList screen{"SignalModeChanged \"Bluetooth\"", "SignalSetModeCompleted 1 true"};
     QTRY_COMPARE_WITH_TIMEOUT(m_Stage->Screen(), screen, kPatience);
     QCOMPARE(m_Stage->music.app.RequestAudioFocusAsync(), 1u);
     const QStringList music{"ResponseToAudioFocusRequest(granted)", "RequestAudioFocusCompleted(1,true)"};
     QTRY_COMPARE_WITH_TIMEOUT(m_Stage->Music(), music, kPatience);
+    QCOMPARE(Gist(m_Stage->control.Log(from)).mid(2, 2),
+             (QStringList{R"(call hmi onModeChange {"activeMode":"Bluetooth","sessionId":1})",
+                          "answer hmi setMode {}"}));
     QCOMPARE(m_Stage->log.Complaints(), Records());
 }
 
