@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
+#include "UsageError.h"
 #include "cli/CommandLine.h"
 #include "cli/CommandTable.h"
 #include "cli/Help.h"
-#include "cli/UsageError.h"
 
 #include <QFile>
 #include <QRegularExpression>
@@ -242,8 +242,8 @@ void tst_CommandTable::parser_knowsTheOptionsOfACommand()
 
 void tst_CommandTable::parser_refusesTheOptionsOfOtherCommands()
 {
-    QVERIFY_EXCEPTION_THROWN(ReadCommandLine({"kivctl", "modes", "--wait"}), UsageError);
-    QVERIFY_EXCEPTION_THROWN(ReadCommandLine({"kivctl", "--wait", "set-mode", "Radio"}), UsageError);
+    QVERIFY_EXCEPTION_THROWN(ReadCommandLine({"kivctl", "modes", "--wait"}), Tools::UsageError);
+    QVERIFY_EXCEPTION_THROWN(ReadCommandLine({"kivctl", "--wait", "set-mode", "Radio"}), Tools::UsageError);
 }
 
 QTEST_APPLESS_MAIN(tst_CommandTable)

@@ -84,7 +84,7 @@ void tst_ModeOptions::badOptions_areComplainedAbout()
     try {
         CombineModes(destinations, modes);
         QFAIL("no complaint");
-    } catch (const UsageError& error) {
+    } catch (const Tools::UsageError& error) {
         QCOMPARE(error.Text(), complaint);
     }
 }

@@ -1,12 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "TerminationSignal.h"
 
-#include <QSocketNotifier>
-
 #include <csignal>
-
-#include <sys/signalfd.h>
-#include <unistd.h>
 
 namespace Tools {
 
@@ -19,12 +14,6 @@ sigset_t Signals()
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGTERM);
     return signals;
-}
-
-int OpenDescriptor()
-{
-    const sigset_t signals = Signals();
-    return ::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
 }
 
 } // namespace
@@ -42,24 +31,10 @@ void TerminationSignal::Unblock()
 }
 
 TerminationSignal::TerminationSignal()
-    : m_Descriptor(OpenDescriptor()),
-      m_Notifier(new QSocketNotifier(m_Descriptor, QSocketNotifier::Read, this))
+    : m_Reader(Signals())
 {
-    connect(m_Notifier, &QSocketNotifier::activated, this, &TerminationSignal::Read);
-}
-
-TerminationSignal::~TerminationSignal()
-{
-    m_Notifier->setEnabled(false);
-    ::close(m_Descriptor);
-}
-
-void TerminationSignal::Read()
-{
-    signalfd_siginfo info;
-    if (::read(m_Descriptor, &info, sizeof(info)) == static_cast<ssize_t>(sizeof(info))) {
-        Q_EMIT Received(static_cast<int>(info.ssi_signo));
-    }
+    connect(&m_Reader, &SignalReader::Received, this,
+            [this](const signalfd_siginfo& info) { Q_EMIT Received(static_cast<int>(info.ssi_signo)); });
 }
 
 } // namespace Tools

@@ -2,9 +2,9 @@
 #ifndef TOOLS_TERMINATIONSIGNAL_H
 #define TOOLS_TERMINATIONSIGNAL_H
 
-#include <QObject>
+#include "SignalReader.h"
 
-class QSocketNotifier;
+#include <QObject>
 
 namespace Tools {
 
@@ -21,17 +21,13 @@ public:
     static void Unblock();
 
     TerminationSignal();
-    ~TerminationSignal() override;
 
 Q_SIGNALS:
     /** One of the two has arrived, perhaps before this object was made. @param number SIGINT or SIGTERM. */
     void Received(int number);
 
 private:
-    void Read();
-
-    const int m_Descriptor;
-    QSocketNotifier* m_Notifier;
+    SignalReader m_Reader;
 };
 
 } // namespace Tools

@@ -2,10 +2,10 @@
 #include "ExitCode.h"
 #include "Output.h"
 #include "TerminationSignal.h"
+#include "UsageError.h"
 #include "cli/BusAddress.h"
 #include "cli/CommandLine.h"
 #include "cli/CommandTable.h"
-#include "cli/UsageError.h"
 
 #include <QCoreApplication>
 #include <QLoggingCategory>
@@ -38,7 +38,7 @@ int main(int argc, char** argv)
     const QCoreApplication application(argc, argv);
     try {
         return Run(QCoreApplication::arguments());
-    } catch (const UsageError& error) {
+    } catch (const Tools::UsageError& error) {
         Output::Complain(error.Text() +
                          QStringLiteral("\nkivctl: see kivctl --help, or kivctl help COMMAND"));
         return ExitUsage;

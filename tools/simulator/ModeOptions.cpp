@@ -13,10 +13,11 @@ namespace {
 void CheckDestination(const QString& option, const QString& text, const QString& destination)
 {
     if (destination.isEmpty()) {
-        throw UsageError(QStringLiteral("%1 \"%2\": empty destination").arg(option, text));
+        throw Tools::UsageError(QStringLiteral("%1 \"%2\": empty destination").arg(option, text));
     }
     if (destination == Value::All) {
-        throw UsageError(QStringLiteral("%1 \"%2\": \"all\" cannot be a destination").arg(option, text));
+        throw Tools::UsageError(
+            QStringLiteral("%1 \"%2\": \"all\" cannot be a destination").arg(option, text));
     }
 }
 
@@ -30,7 +31,7 @@ QStringList ReadDestinations(const QStringList& texts)
         }
     }
     if (destinations.removeDuplicates() > 0) {
-        throw UsageError(QStringLiteral("--destinations: one is given twice"));
+        throw Tools::UsageError(QStringLiteral("--destinations: one is given twice"));
     }
     return destinations.isEmpty() ? QStringList(QStringLiteral("Cabin")) : destinations;
 }
@@ -42,7 +43,7 @@ void AddModes(QVector<DestinationModes>& all, const QString& destination, const 
     DestinationModes& target = found == all.end() ? (all.append({destination, {}}), all.last()) : *found;
     target.modes += modes;
     if (target.modes.removeDuplicates() > 0) {
-        throw UsageError(QStringLiteral("--modes: a mode of \"%1\" is given twice").arg(destination));
+        throw Tools::UsageError(QStringLiteral("--modes: a mode of \"%1\" is given twice").arg(destination));
     }
 }
 
@@ -55,7 +56,7 @@ void AddModes(QVector<DestinationModes>& all, const QStringList& destinations, c
         CheckDestination(QStringLiteral("--modes"), text, target);
     }
     if (modes.contains(QString())) {
-        throw UsageError(QStringLiteral("--modes \"%1\": empty mode").arg(text));
+        throw Tools::UsageError(QStringLiteral("--modes \"%1\": empty mode").arg(text));
     }
     for (const QString& target : targets) {
         AddModes(all, target, modes);

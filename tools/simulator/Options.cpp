@@ -8,6 +8,8 @@
 
 #include <QCommandLineParser>
 
+#include <limits>
+
 namespace Simulator {
 
 namespace {
@@ -87,15 +89,14 @@ struct CommandLine
     }
 };
 
-// A whole number; @p expected describes it in the complaint.
 quint32 ReadNumber(const CommandLine& line, const QCommandLineOption& option, quint32 most)
 {
     bool isNumber = false;
     const QString text = line.parser.value(option);
     const quint32 number = text.toUInt(&isNumber);
     if (!isNumber || number > most) {
-        throw UsageError(QStringLiteral("--%1 \"%2\": expected a whole number from 0 to %3")
-                             .arg(option.names().first(), text, QString::number(most)));
+        throw Tools::UsageError(QStringLiteral("--%1 \"%2\": expected a whole number from 0 to %3")
+                                    .arg(option.names().first(), text, QString::number(most)));
     }
     return number;
 }
@@ -105,7 +106,8 @@ LogFormat ReadLogFormat(const QString& text)
     const int place =
         QStringList{QStringLiteral("off"), QStringLiteral("text"), QStringLiteral("json")}.indexOf(text);
     if (place < 0) {
-        throw UsageError(QStringLiteral("--log \"%1\": expected \"text\", \"json\" or \"off\"").arg(text));
+        throw Tools::UsageError(
+            QStringLiteral("--log \"%1\": expected \"text\", \"json\" or \"off\"").arg(text));
     }
     return static_cast<LogFormat>(place);
 }
@@ -133,13 +135,14 @@ QString ReadAddress(const CommandLine& line, const QString& systemBusAddress, Bu
 {
     const bool isGiven = line.parser.isSet(line.address);
     if (kind == BusKind::Own && isGiven) {
-        throw UsageError(QStringLiteral("--address and --exec exclude each other: --exec starts a bus of its "
-                                        "own, and DBUS_SYSTEM_BUS_ADDRESS tells the command where it is"));
+        throw Tools::UsageError(
+            QStringLiteral("--address and --exec exclude each other: --exec starts a bus of its "
+                           "own, and DBUS_SYSTEM_BUS_ADDRESS tells the command where it is"));
     }
     const QString address = isGiven ? line.parser.value(line.address) : systemBusAddress;
     if (kind == BusKind::Named && address.isEmpty()) {
-        throw UsageError(QStringLiteral("no bus: set DBUS_SYSTEM_BUS_ADDRESS or give --address; "
-                                        "the machine's own system bus is never taken by itself"));
+        throw Tools::UsageError(QStringLiteral("no bus: set DBUS_SYSTEM_BUS_ADDRESS or give --address; "
+                                               "the machine's own system bus is never taken by itself"));
     }
     return address;
 }
@@ -173,7 +176,7 @@ Options Evaluate(CommandLine& line, const QStringList& arguments, const QString&
                  BusKind kind)
 {
     if (!line.parser.parse(arguments)) {
-        throw UsageError(line.parser.errorText());
+        throw Tools::UsageError(line.parser.errorText());
     }
     if (line.parser.isSet(line.help)) {
         return Text(Options::Action::PrintText, line.parser.helpText());
@@ -183,7 +186,7 @@ Options Evaluate(CommandLine& line, const QStringList& arguments, const QString&
                     QStringLiteral("kiv-audio-simulator " KIV_SIMULATOR_VERSION "\n"));
     }
     if (!line.parser.positionalArguments().isEmpty()) {
-        throw UsageError(
+        throw Tools::UsageError(
             QStringLiteral("unexpected argument \"%1\"").arg(line.parser.positionalArguments().first()));
     }
     return Run(line, systemBusAddress, kind);
@@ -196,7 +199,7 @@ Options ParseOptions(const QStringList& arguments, const QString& systemBusAddre
     CommandLine line;
     try {
         return Evaluate(line, arguments, systemBusAddress, kind);
-    } catch (const UsageError& error) {
+    } catch (const Tools::UsageError& error) {
         return Text(Options::Action::Refuse, error.Text());
     }
 }

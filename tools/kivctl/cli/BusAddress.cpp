@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "cli/BusAddress.h"
 
+#include "UsageError.h"
 #include "cli/Invocation.h"
-#include "cli/UsageError.h"
 
 #include <QtGlobal>
 
@@ -33,10 +33,10 @@ QString ChooseBusAddress(const Invocation& invocation)
     const bool isSystem = invocation.IsSet(QStringLiteral("system"));
     const bool isSession = invocation.IsSet(QStringLiteral("session"));
     if (int(hasAddress) + int(isSystem) + int(isSession) > 1) {
-        throw UsageError(QStringLiteral("give only one of --address, --system and --session"));
+        throw Tools::UsageError(QStringLiteral("give only one of --address, --system and --session"));
     }
     if (hasAddress && invocation.Value(QStringLiteral("address")).isEmpty()) {
-        throw UsageError(QStringLiteral("--address: expected the address of a bus"));
+        throw Tools::UsageError(QStringLiteral("--address: expected the address of a bus"));
     }
     if (hasAddress) {
         return invocation.Value(QStringLiteral("address"));

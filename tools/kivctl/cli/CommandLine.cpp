@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "cli/CommandLine.h"
 
+#include "UsageError.h"
 #include "cli/BusAddress.h"
 #include "cli/CommandTable.h"
 #include "cli/Help.h"
 #include "cli/Number.h"
-#include "cli/UsageError.h"
 
 #include <QCommandLineParser>
 
@@ -23,7 +23,7 @@ void AddOptions(QCommandLineParser& parser, const QVector<Option>& options)
 void Parse(QCommandLineParser& parser, const QStringList& arguments)
 {
     if (!parser.parse(arguments)) {
-        throw UsageError(parser.errorText());
+        throw Tools::UsageError(parser.errorText());
     }
 }
 
@@ -41,12 +41,12 @@ void CheckArguments(const Command& command, const QStringList& given)
 {
     const QStringList& wanted = command.arguments;
     if (given.size() > wanted.size()) {
-        throw UsageError(
+        throw Tools::UsageError(
             QStringLiteral("%1: unexpected argument \"%2\"").arg(command.name, given.at(wanted.size())));
     }
     const QString missing = wanted.value(given.size());
     if (!missing.isEmpty() && !missing.startsWith(QLatin1Char('['))) {
-        throw UsageError(QStringLiteral("%1: missing argument %2").arg(command.name, missing));
+        throw Tools::UsageError(QStringLiteral("%1: missing argument %2").arg(command.name, missing));
     }
 }
 
@@ -62,11 +62,11 @@ QString ReadCommandName(const QStringList& arguments, QCommandLineParser& parser
 const Command& RequireCommand(const QString& name)
 {
     if (name.isEmpty()) {
-        throw UsageError(QStringLiteral("no command given"));
+        throw Tools::UsageError(QStringLiteral("no command given"));
     }
     const Command* command = FindCommand(name);
     if (command == nullptr) {
-        throw UsageError(QStringLiteral("unknown command \"%1\"").arg(name));
+        throw Tools::UsageError(QStringLiteral("unknown command \"%1\"").arg(name));
     }
     return *command;
 }

@@ -2,10 +2,10 @@
 #include "commands/OtherCommands.h"
 
 #include "ExitCode.h"
+#include "UsageError.h"
 #include "cli/CommandTable.h"
 #include "cli/Help.h"
 #include "cli/Invocation.h"
-#include "cli/UsageError.h"
 #include "status/StatusCommand.h"
 #include "trace/TraceCommand.h"
 
@@ -35,7 +35,7 @@ int RunHelp(const Invocation& invocation)
     const QString name = invocation.arguments.value(0);
     const Command* command = FindCommand(name);
     if (command == nullptr && !name.isEmpty()) {
-        throw UsageError(QStringLiteral("unknown command \"%1\"").arg(name));
+        throw Tools::UsageError(QStringLiteral("unknown command \"%1\"").arg(name));
     }
     const QString text = command == nullptr ? ProgramHelp() : CommandHelp(*command);
     std::fputs(text.toUtf8().constData(), stdout);

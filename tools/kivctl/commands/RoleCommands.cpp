@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "commands/RoleCommands.h"
 
+#include "UsageError.h"
 #include "cli/Invocation.h"
 #include "cli/Number.h"
-#include "cli/UsageError.h"
 #include "roles/CallTask.h"
 #include "roles/HmiTasks.h"
 #include "roles/Runner.h"
@@ -31,7 +31,7 @@ QString Destination(const Invocation& invocation)
 void RefuseBoth(const Invocation& invocation, const QString& one, const QString& other)
 {
     if (invocation.IsSet(one) && invocation.IsSet(other)) {
-        throw UsageError(QStringLiteral("give only one of --%1 and --%2").arg(one, other));
+        throw Tools::UsageError(QStringLiteral("give only one of --%1 and --%2").arg(one, other));
     }
 }
 
@@ -39,14 +39,14 @@ void RefuseBoth(const Invocation& invocation, const QString& one, const QString&
 void RequireText(const Invocation& invocation, const QString& option)
 {
     if (invocation.IsSet(option) && invocation.Value(option).isEmpty()) {
-        throw UsageError(QStringLiteral("--%1: expected a text").arg(option));
+        throw Tools::UsageError(QStringLiteral("--%1: expected a text").arg(option));
     }
 }
 
 void CheckStream(const Invocation& invocation)
 {
     if (!invocation.IsSet(QStringLiteral("name"))) {
-        throw UsageError(QStringLiteral("stream: --name NAME is required"));
+        throw Tools::UsageError(QStringLiteral("stream: --name NAME is required"));
     }
     for (const char* option : {"name", "mode-name", "type", "on-lost"}) {
         RequireText(invocation, QString::fromLatin1(option));
@@ -90,11 +90,11 @@ RawRequest ReadRequest(const QString& methodName, const QString& text)
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(text.toUtf8(), &error);
     if (error.error != QJsonParseError::NoError) {
-        throw UsageError(
+        throw Tools::UsageError(
             QStringLiteral("call: expected a JSON object, but \"%1\": %2").arg(text, error.errorString()));
     }
     if (!document.isObject()) {
-        throw UsageError(QStringLiteral("call: expected a JSON object, not \"%1\"").arg(text));
+        throw Tools::UsageError(QStringLiteral("call: expected a JSON object, not \"%1\"").arg(text));
     }
     return {methodName, text, document.object()};
 }
@@ -115,7 +115,7 @@ int RunSetMode(const Invocation& invocation)
 {
     const QString mode = invocation.arguments.first();
     if (mode.isEmpty()) {
-        throw UsageError(QStringLiteral("set-mode: expected the name of a mode"));
+        throw Tools::UsageError(QStringLiteral("set-mode: expected the name of a mode"));
     }
     const auto absence =
         invocation.IsSet(QStringLiteral("wait")) ? Task::Absence::Waits : Task::Absence::Ends;

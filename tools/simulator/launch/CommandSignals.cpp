@@ -1,14 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "CommandSignals.h"
 
-#include <QSocketNotifier>
-
 #include <csignal>
 #include <initializer_list>
-#include <optional>
-
-#include <sys/signalfd.h>
-#include <unistd.h>
 
 namespace Simulator {
 
@@ -42,35 +36,21 @@ sigset_t Wanted()
     return set;
 }
 
-int OpenDescriptor()
+sigset_t Block(const sigset_t& set)
 {
-    const sigset_t wanted = Wanted();
-    ::pthread_sigmask(SIG_BLOCK, &wanted, nullptr);
-    return ::signalfd(-1, &wanted, SFD_CLOEXEC | SFD_NONBLOCK);
-}
-
-std::optional<signalfd_siginfo> ReadFrom(int descriptor)
-{
-    signalfd_siginfo info;
-    if (::read(descriptor, &info, sizeof(info)) != static_cast<ssize_t>(sizeof(info))) {
-        return std::nullopt;
-    }
-    return info;
+    ::pthread_sigmask(SIG_BLOCK, &set, nullptr);
+    return set;
 }
 
 } // namespace
 
 CommandSignals::CommandSignals()
-    : m_Descriptor(OpenDescriptor()),
-      m_Notifier(new QSocketNotifier(m_Descriptor, QSocketNotifier::Read, this))
+    : m_Reader(Block(Wanted()))
 {
-    connect(m_Notifier, &QSocketNotifier::activated, this, &CommandSignals::Read);
-}
-
-CommandSignals::~CommandSignals()
-{
-    m_Notifier->setEnabled(false);
-    ::close(m_Descriptor);
+    connect(&m_Reader, &Tools::SignalReader::Received, this, [this](const signalfd_siginfo& info) {
+        const int number = static_cast<int>(info.ssi_signo);
+        Q_EMIT Received(number, info.ssi_code == SI_KERNEL && (number == SIGINT || number == SIGQUIT));
+    });
 }
 
 void CommandSignals::Unblock()
@@ -81,17 +61,8 @@ void CommandSignals::Unblock()
 
 int CommandSignals::Take()
 {
-    const std::optional<signalfd_siginfo> info = ReadFrom(m_Descriptor);
+    const auto info = m_Reader.Take();
     return info ? static_cast<int>(info->ssi_signo) : 0;
-}
-
-void CommandSignals::Read()
-{
-    const std::optional<signalfd_siginfo> info = ReadFrom(m_Descriptor);
-    if (info) {
-        const int number = static_cast<int>(info->ssi_signo);
-        Q_EMIT Received(number, info->ssi_code == SI_KERNEL && (number == SIGINT || number == SIGQUIT));
-    }
 }
 
 } // namespace Simulator

@@ -2,9 +2,9 @@
 #ifndef SIMULATOR_COMMANDSIGNALS_H
 #define SIMULATOR_COMMANDSIGNALS_H
 
-#include <QObject>
+#include "SignalReader.h"
 
-class QSocketNotifier;
+#include <QObject>
 
 namespace Simulator {
 
@@ -20,7 +20,6 @@ class CommandSignals : public QObject
 
 public:
     CommandSignals();
-    ~CommandSignals() override;
 
     /** Has them end a program again. For a child process, between fork and exec; calls nothing else. */
     static void Unblock();
@@ -33,10 +32,7 @@ Q_SIGNALS:
     void Received(int number, bool isTyped);
 
 private:
-    void Read();
-
-    const int m_Descriptor;
-    QSocketNotifier* m_Notifier;
+    Tools::SignalReader m_Reader;
 };
 
 } // namespace Simulator

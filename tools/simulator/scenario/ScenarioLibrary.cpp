@@ -30,7 +30,7 @@ QString PathOf(const QString& name)
     if (!folder.exists(name + suffix)) {
         const QStringList names =
             folder.entryList({QLatin1Char('*') + suffix}, QDir::Files).replaceInStrings(suffix, QString());
-        throw UsageError(
+        throw Tools::UsageError(
             QStringLiteral("no scenario \"%1\" in the library; there are: %2")
                 .arg(name, names.isEmpty() ? QStringLiteral("none") : names.join(QStringLiteral(", "))));
     }
@@ -44,12 +44,13 @@ Scenario LoadScenarioNamed(const QString& name)
     const QString path = PathOf(name);
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
-        throw UsageError(QStringLiteral("%1: %2").arg(path, file.errorString()));
+        throw Tools::UsageError(QStringLiteral("%1: %2").arg(path, file.errorString()));
     }
     try {
         return ReadScenario(file.readAll());
     } catch (const JsonError& error) {
-        throw UsageError(QStringLiteral("%1:%2: %3").arg(path, QString::number(error.Line()), error.Text()));
+        throw Tools::UsageError(
+            QStringLiteral("%1:%2: %3").arg(path, QString::number(error.Line()), error.Text()));
     }
 }
 

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
-#ifndef KIVCTL_CLI_USAGEERROR_H
-#define KIVCTL_CLI_USAGEERROR_H
+#ifndef TOOLS_USAGEERROR_H
+#define TOOLS_USAGEERROR_H
 
 #include <QString>
 
 #include <exception>
 
-namespace Kivctl {
+namespace Tools {
 
-/** Complains about the command line; the program then ends with ExitUsage. */
+/** Complains about the command line, or about a file that it names; the program then ends with exit code 2. */
 class UsageError : public std::exception
 {
 public:
@@ -24,6 +24,6 @@ private:
     QString m_Text;
 };
 
-} // namespace Kivctl
+} // namespace Tools
 
-#endif // KIVCTL_CLI_USAGEERROR_H
+#endif // TOOLS_USAGEERROR_H
