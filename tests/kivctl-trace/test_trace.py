@@ -167,6 +167,15 @@ class Trace(TraceTest):
         self.interrupted(trace)
         self.interrupted(text)
 
+    def test_long_text_is_shortened_as_it_is(self):
+        self.start_simulator()
+        trace = self.start_trace("text")
+        for text in ("%2%1" * 101, "x" * 399 + "\U0001d11e" + "xxx"):  # the latter's 400th code unit is half a character
+            self.connect().send(call(2, "x", text))
+            self.assertIn(f" x {text[:400 if text[0] == '%' else 399]}… (404 characters)  [", trace.line())
+            trace.line()
+        self.interrupted(trace)
+
     def test_what_does_not_follow_the_interface_is_named(self):
         self.start_simulator()
         trace = self.start_trace()

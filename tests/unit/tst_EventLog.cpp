@@ -52,6 +52,7 @@ private Q_SLOTS:
     void record_isOneLine_data();
     void record_isOneLine();
     void longPayload_isShortenedInATextOnly();
+    void longPayload_isNotCutWithinACharacter();
     void file_hasEachLineAtOnce_data();
     void file_hasEachLineAtOnce();
     void file_thatCannotBeOpened_isComplainedAbout();
@@ -124,6 +125,17 @@ void tst_EventLog::longPayload_isShortenedInATextOnly()
     QCOMPARE(ToText(whole), line);
     QCOMPARE(ToText(longer), line + "… (4001 characters)");
     QCOMPARE(Payloads({QString::fromUtf8(ToJson(longer))}), QStringList(longest + "e"));
+}
+
+void tst_EventLog::longPayload_isNotCutWithinACharacter()
+{
+    const QString note = QString::fromUtf8("\xF0\x9D\x84\x9E"); // two code units
+    QCOMPARE(note.size(), 2);
+    const QString text = QString(3999, 'x') + note;
+    QCOMPARE(ToText(Record(Kind::Service, std::nullopt, "", text)),
+             "** sim  " + QByteArray(3999, 'x') + "… (4001 characters)");
+    QCOMPARE(ToText(Record(Kind::Service, std::nullopt, "", text.mid(1) + "y")),
+             "** sim  " + QByteArray(3998, 'x') + note.toUtf8() + "… (4001 characters)");
 }
 
 void tst_EventLog::file_hasEachLineAtOnce_data()

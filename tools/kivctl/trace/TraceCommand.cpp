@@ -154,8 +154,7 @@ private:
         if (m_CutCount > 0) {
             Output::Complain(QStringLiteral("%1: %2 messages that were cut when captured are left out; "
                                             "busctl capture --size=BYTES captures more of each")
-                                 .arg(m_Name)
-                                 .arg(m_CutCount));
+                                 .arg(m_Name, QString::number(m_CutCount)));
         }
     }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "TracePrinter.h"
 
+#include "ShortenedText.h"
+
 #include <QDateTime>
 #include <QJsonArray>
 
@@ -118,10 +120,7 @@ QString Escaped(const QString& text)
 
 QString Shown(const QString& text)
 {
-    if (text.size() <= longestText) {
-        return Escaped(text);
-    }
-    return QStringLiteral("%1… (%2 characters)").arg(Escaped(text.left(longestText))).arg(text.size());
+    return Escaped(Tools::ShortenedText(text, longestText));
 }
 
 QString Arrow(const TraceRecord& record)

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "LogRecord.h"
 
+#include "ShortenedText.h"
+
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -50,12 +52,9 @@ const char* NameOf(Role role)
 }
 
 // A client's JSON may have line breaks between its items.
-QString OnOneLine(QString text)
+QString OnOneLine(const QString& payload)
 {
-    if (text.size() > longestPayload) {
-        text = QStringLiteral("%1… (%2 characters)")
-                   .arg(text.left(longestPayload), QString::number(text.size()));
-    }
+    QString text = Tools::ShortenedText(payload, longestPayload);
     return text.replace(QLatin1Char('\n'), QLatin1String("\\n"))
         .replace(QLatin1Char('\r'), QLatin1String("\\r"));
 }
