@@ -32,6 +32,7 @@ private Q_SLOTS:
     void delay_isOfEveryAnswer();
     void log_goesWhereAndHowItIsTold_data();
     void log_goesWhereAndHowItIsTold();
+    void log_thatCannotBeWritten_isComplainedAboutOnce();
     void documentation_hasTheOptionsOfTheHelp();
 
 private:
@@ -269,6 +270,20 @@ void tst_SimulatorOptions::log_goesWhereAndHowItIsTold()
     };
     QCOMPARE(normal(simulator.Output()), "ready\n" + output);
     QCOMPARE(normal(Read(Path("log"))), arguments.contains("--log-file") ? file : "what was there before");
+}
+
+void tst_SimulatorOptions::log_thatCannotBeWritten_isComplainedAboutOnce()
+{
+    SimulatorProcess simulator({"--log-file", "/dev/full"});
+    QVERIFY(simulator.WaitUntilReady());
+    for (int number = 0; number < 3; ++number) {
+        QVERIFY(Send("nothing", "{}").contains("errCode")); // the service goes on
+    }
+    simulator.Signal(SIGTERM);
+    QCOMPARE(simulator.WaitForExit(), 0);
+    QCOMPARE(simulator.Output(), QString("ready\n"));
+    QCOMPARE(simulator.Errors(),
+             QString("kiv-audio-simulator: the log cannot be written: No space left on device\n"));
 }
 
 void tst_SimulatorOptions::documentation_hasTheOptionsOfTheHelp()

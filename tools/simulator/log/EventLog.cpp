@@ -2,7 +2,9 @@
 #include "EventLog.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 namespace Simulator {
 
@@ -22,7 +24,9 @@ EventLog::EventLog(LogFormat format)
 QString EventLog::OpenFile(const QString& path)
 {
     m_File.setFileName(path);
-    return m_File.open(QIODevice::WriteOnly | QIODevice::Truncate) ? QString() : m_File.errorString();
+    return m_File.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered)
+               ? QString()
+               : m_File.errorString();
 }
 
 void EventLog::Add(LogRecord record)
@@ -40,13 +44,22 @@ void EventLog::Add(LogRecord record)
 
 void EventLog::Write(const QByteArray& line)
 {
-    if (m_File.isOpen()) {
-        m_File.write(line + '\n');
-        m_File.flush();
-        return;
+    const QString complaint = m_File.isOpen() ? WriteToFile(line) : WriteToOutput(line);
+    if (!complaint.isEmpty() && !m_HasComplained) {
+        m_HasComplained = true; // the service goes on, and should not say so with every line
+        std::fprintf(stderr, "kiv-audio-simulator: the log cannot be written: %s\n", qPrintable(complaint));
     }
-    std::printf("%s\n", line.constData());
-    std::fflush(stdout);
+}
+
+QString EventLog::WriteToFile(const QByteArray& line)
+{
+    return m_File.write(line + '\n') == line.size() + 1 ? QString() : m_File.errorString();
+}
+
+QString EventLog::WriteToOutput(const QByteArray& line)
+{
+    const bool isWritten = std::printf("%s\n", line.constData()) >= 0 && std::fflush(stdout) == 0;
+    return isWritten ? QString() : QString::fromLocal8Bit(std::strerror(errno));
 }
 
 void EventLog::Clear()

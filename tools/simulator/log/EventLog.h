@@ -21,7 +21,11 @@ enum class LogFormat
     Json
 };
 
-/** What has happened: written line by line, at once, and kept for those who ask. */
+/**
+ * What has happened: written line by line, at once, and kept for those who ask.
+ *
+ * The first line that cannot be written is complained about on standard error.
+ */
 class EventLog
 {
 public:
@@ -48,9 +52,12 @@ public:
 
 private:
     void Write(const QByteArray& line);
+    QString WriteToFile(const QByteArray& line);
+    static QString WriteToOutput(const QByteArray& line);
 
     const LogFormat m_Format;
     QFile m_File;
+    bool m_HasComplained = false;
     QElapsedTimer m_Clock;
     std::deque<LogRecord> m_Records; ///< the latest
     quint32 m_FirstNumber = 0;       ///< of the first of them
