@@ -211,7 +211,7 @@ void AudioService::Deliver(const Call& call, const Answer& answer)
 
 void AudioService::DeliverNow(const Call& call, const Answer& answer)
 {
-    if (call.bus != m_Bus.get()) {
+    if (!m_Bus || call.bus != m_Bus.get()) {
         return;
     }
     m_Bus->SendEvents(answer.eventsBefore);

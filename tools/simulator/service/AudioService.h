@@ -12,6 +12,7 @@
 
 #include <QDBusMessage>
 #include <QObject>
+#include <QPointer>
 #include <QTimer>
 
 #include <memory>
@@ -55,7 +56,7 @@ Q_SIGNALS:
 private:
     struct Call
     {
-        const ServiceBus* bus; ///< it came in on; no answer is sent when the service has another by now
+        QPointer<ServiceBus> bus; ///< it came in on; no answer is sent when the service has another by now
         QDBusMessage message;
         Request request;
     };
