@@ -107,10 +107,14 @@ class Process:
     def is_running(self):
         return self._process.poll() is None
 
+    def signal(self, number):
+        self._process.send_signal(number)
+
     def end(self):
-        """Ends the process if it is running; its exit code."""
+        """Ends the process if it is running, or stopped; its exit code."""
         if self.is_running():
             self._process.terminate()
+            self.signal(signal.SIGCONT)
             try:
                 self._process.wait(PATIENCE)
             except subprocess.TimeoutExpired:

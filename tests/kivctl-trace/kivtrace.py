@@ -58,9 +58,6 @@ class Program(Process):
         self._errors = tempfile.TemporaryFile("w+")
         super().__init__(command, environment, self._errors)
 
-    def signal(self, number):
-        self._process.send_signal(number)
-
     def pid(self):
         return self._process.pid
 
@@ -69,8 +66,6 @@ class Program(Process):
         return self._errors.read()
 
     def end(self):
-        if self.is_running():
-            self.signal(signal.SIGCONT)
         super().end()
         self._errors.close()
 

@@ -3,10 +3,13 @@
 
 import json
 import os
+import signal
+import subprocess
+import time
 import unittest
 
 import jsonschema
-from kivctltest import KivctlTest, SOURCE, kivinterop
+from kivctltest import KivctlTest, PROGRAM, SOURCE, kivinterop
 
 with open(os.path.join(SOURCE, "schemas", "kivctl-output.schema.json"), encoding="utf-8") as schema_file:
     SCHEMA = json.load(schema_file)
@@ -132,6 +135,31 @@ class OutputTest(KivctlTest):
         self.start_service({"openSession": '{"sessionId":7}', "dance": "sorry"}, kivinterop.HMI_PATH)
         self.assertEqual(self.output_of(6, "call", "dance", "{}"),
                          [{"event": "answer", "method": "dance", "text": "sorry"}])
+
+
+class FullDiskTest(KivctlTest):
+    """Standard output that cannot be written."""
+
+    def test_lostData_isNoSuccess(self):
+        self.start_simulator()
+        with open("/dev/full", "wb") as full:
+            for arguments in (["modes"], ["status"], ["--help"], ["help", "mode"]):
+                done = subprocess.run([PROGRAM, *arguments], env=self.environment, stdout=full,
+                                      stderr=subprocess.PIPE, timeout=kivinterop.PATIENCE, check=False)
+                self.assertEqual((done.returncode, done.stderr),
+                                 (2, b"kivctl: cannot write to standard output\n"), arguments)
+
+
+class SilentServiceTest(KivctlTest):
+    """A service that lives and does not answer."""
+
+    def test_status_givesUpAfterFiveSeconds(self):
+        self.start_simulator().signal(signal.SIGSTOP)
+        begin = time.monotonic()
+        code, output, errors = self.run_kivctl("status")
+        self.assertLess(time.monotonic() - begin, 15)  # the other commands give up after 30
+        self.assertEqual((code, output.count("not answering")), (5, 2))
+        self.assertEqual(errors.count("no answer within the time-out"), 2)
 
 
 class BusWithPolicyTest(KivctlTest):

@@ -9,7 +9,7 @@ enum ExitCode
 {
     ExitDone = 0,
     ExitRefused = 1,       ///< the service has refused, or does not offer what was asked for
-    ExitUsage = 2,         ///< wrong usage
+    ExitUsage = 2,         ///< wrong usage, or standard output cannot be written
     ExitNoBus = 3,         ///< no bus at the address, no right to do this on it, or the bus has gone
     ExitServiceAbsent = 4, ///< nobody has the service's bus name
     ExitTimeout = 5,       ///< not done within --timeout

@@ -30,6 +30,17 @@ int Run(const QStringList& arguments)
     return request.command->run(request.invocation);
 }
 
+// Whoever takes an empty file for the answer should not be told that all is well.
+int CheckOutput(int exitCode)
+{
+    std::fflush(stdout);
+    if (exitCode != ExitDone || std::ferror(stdout) == 0) {
+        return exitCode;
+    }
+    Output::Complain(QStringLiteral("cannot write to standard output"));
+    return ExitUsage;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -37,7 +48,7 @@ int main(int argc, char** argv)
     Tools::TerminationSignal::Block();
     const QCoreApplication application(argc, argv);
     try {
-        return Run(QCoreApplication::arguments());
+        return CheckOutput(Run(QCoreApplication::arguments()));
     } catch (const Tools::UsageError& error) {
         Output::Complain(error.Text() +
                          QStringLiteral("\nkivctl: see kivctl --help, or kivctl help COMMAND"));

@@ -17,7 +17,7 @@ int RunStatusCommand(const Invocation& invocation)
 {
     StatusOptions options;
     options.address = invocation.address;
-    options.timeoutMs = invocation.limit.milliseconds;
+    options.timeoutMs = invocation.limit.isExplicit ? invocation.limit.milliseconds : 0;
     return RunStatus(options, Output(invocation.format));
 }
 

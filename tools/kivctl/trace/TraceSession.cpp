@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 
 namespace Kivctl {
@@ -64,7 +65,9 @@ void TraceSession::Print(const QVector<TraceRecord>& records)
     }
     if (!m_IsPrinting && !m_ExitCode) {
         const int reason = errno;
-        if (reason != EPIPE) {
+        if (reason == EPIPE) {
+            std::clearerr(stdout);
+        } else {
             Output::Complain(QStringLiteral("cannot write to standard output: ") +
                              QString::fromLocal8Bit(std::strerror(reason)));
         }
