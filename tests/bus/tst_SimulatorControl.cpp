@@ -5,6 +5,7 @@
 #include "TestMain.h"
 
 #include <QDBusConnectionInterface>
+#include <QDBusPendingCall>
 #include <QDBusReply>
 #include <QDBusServiceWatcher>
 #include <QFile>
@@ -82,6 +83,7 @@ private Q_SLOTS:
     void doStep_everyAction_isDoneAtOnce();
     void doStep_everyAction_hasARow();
     void doStep_crash_endsTheProcess();
+    void doStep_restart_dropsTheAnswersStillToCome();
     void addStep_waitsForItsCalls();
     void loadScenario_everyMember_isPlayed();
     void loadScenario_wrongText_changesNothing();
@@ -311,6 +313,24 @@ void tst_SimulatorControl::doStep_crash_endsTheProcess()
     QVERIFY2(m_Control->Error().startsWith("org.freedesktop.DBus.Error.NoReply"),
              qPrintable(m_Control->Error()));
     QVERIFY(m_Simulator->EndsBy(SIGABRT));
+}
+
+// Also when the new connection has the place in memory that the old one had.
+void tst_SimulatorControl::doStep_restart_dropsTheAnswersStillToCome()
+{
+    QVERIFY(m_Control->Arm(R"({"kind":"delay","method":"getMode","delay":1500})") != 0);
+    QDBusMessage call = QDBusMessage::createMethodCall(kServiceName, kHmiPath, kInterfaceName, "Request");
+    call.setArguments({"getMode", "{}"});
+    const QDBusPendingCall reply = QDBusConnection::systemBus().asyncCall(call);
+    QVERIFY(m_Control->WaitForCalls("getMode", 1));
+    QVERIFY(m_Control->Do(R"({"do":"restart"})"));
+    QVERIFY(m_Control->AddStep(R"({"after":2000,"do":"disarmFaults"})"));
+    QVERIFY(m_Control->Tell("WaitForSteps", {30000u}));
+    QCOMPARE(Gist(m_Control->Log()),
+             (QStringList{"request hmi getMode {}", "fault delay getMode", "service left", "step restart",
+                          "service came", "step disarmFaults"}));
+    QTRY_VERIFY(reply.isFinished());
+    QVERIFY(reply.isError());
 }
 
 void tst_SimulatorControl::addStep_waitsForItsCalls()
