@@ -32,11 +32,21 @@ def needed(variable):
     return value
 
 
-PROGRAM = needed("KIV_TRACE_PROGRAM")
+PROGRAM = needed("KIV_CTL")
 SIMULATOR = needed("KIV_SIMULATOR_PROGRAM")
 CLIENT = needed("KIV_INTEROP_CLIENT")
 with open(needed("KIV_TRACE_SCHEMA"), encoding="utf-8") as schema_file:
     SCHEMA = jsonschema.Draft7Validator(json.load(schema_file))
+
+
+def command(name, form, address, timeout, *capture):
+    """The command line of kivctl's status or trace; the timeout in milliseconds, 0 for none."""
+    options = ["--json"] if form == "json" else []
+    if address:
+        options += ["--address", address]
+    if int(timeout) > 0:
+        options += ["--timeout", str(int(timeout) / 1000)]
+    return [PROGRAM, name, *options, *capture]
 
 
 def record_of(line):
@@ -160,7 +170,7 @@ class TraceTest(InteropTest):
 
     def start_trace(self, form="json", timeout=0, address=None):
         """A live trace that sees everything from now on; its first line is taken."""
-        trace = self.start(PROGRAM, "trace", form, address or self.address, str(timeout))
+        trace = self.start(*command("trace", form, address or self.address, timeout))
         self.first_line = trace.line()
         return trace
 
@@ -173,7 +183,7 @@ class TraceTest(InteropTest):
 
     def run_program(self, *arguments):
         """The lines, the exit code and the errors."""
-        done = subprocess.run([PROGRAM, *arguments], env=self.environment, timeout=PATIENCE, capture_output=True,
+        done = subprocess.run(command(*arguments), env=self.environment, timeout=PATIENCE, capture_output=True,
                               text=True, check=False)
         return done.stdout.splitlines(), done.returncode, done.stderr
 

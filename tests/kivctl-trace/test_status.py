@@ -6,7 +6,7 @@ import signal
 import unittest
 
 from kivinterop import APP_PATH, HMI_PATH, SERVICE
-from kivtrace import PROGRAM, BlindService, TraceTest, record_of
+from kivtrace import BlindService, TraceTest, command, record_of
 
 HMI = {"record": "object", "role": "hmi", "path": HMI_PATH, "answering": True, "foundBy": "introspection"}
 APP = {"record": "object", "role": "app", "path": APP_PATH, "answering": True, "foundBy": "introspection"}
@@ -106,7 +106,7 @@ class Status(TraceTest):
             with self.subTest(number):
                 simulator = self.start_simulator()
                 simulator.signal(signal.SIGSTOP)
-                status = self.start(PROGRAM, "status", "text", self.address, "3000000")
+                status = self.start(*command("status", "text", self.address, "3000000"))
                 status.lines(2)
                 status.signal(number)
                 self.assertEqual(status.end_input()[1], code)
@@ -117,7 +117,7 @@ class Status(TraceTest):
     def test_bus_gone_while_waiting_ends_with_three(self):
         address, daemon = self.start_bus()
         self.start_simulator(address).signal(signal.SIGSTOP)
-        status = self.start(PROGRAM, "status", "text", address, "3000000")
+        status = self.start(*command("status", "text", address, "3000000"))
         status.lines(2)
         daemon.signal(signal.SIGKILL)
         self.assertEqual(status.end_input()[1], 3)

@@ -9,7 +9,7 @@ import unittest
 
 import capturefile
 from kivinterop import APP_PATH, CLIENT_NAME, CLIENT_PATH, HMI_PATH, INTERFACE, PATIENCE, SERVICE
-from kivtrace import PROGRAM, RawConnection, TraceTest, record_of, without_times
+from kivtrace import RawConnection, TraceTest, command, record_of, without_times
 
 FOCUS_EVENT = ('{"destination":"front","focusType":"permanent","newFocus":"%s",'
                '"streamModeName":"/com/quorvantel/audioclient/interop","streamName":"Interop Player",'
@@ -170,7 +170,8 @@ class Trace(TraceTest):
     def test_long_text_is_shortened_as_it_is(self):
         self.start_simulator()
         trace = self.start_trace("text")
-        for text in ("%2%1" * 101, "x" * 399 + "\U0001d11e" + "xxx"):  # the latter's 400th code unit is half a character
+        # The 400th code unit of the latter is half a character.
+        for text in ("%2%1" * 101, "x" * 399 + "\U0001d11e" + "xxx"):
             self.connect().send(call(2, "x", text))
             self.assertIn(f" x {text[:400 if text[0] == '%' else 399]}… (404 characters)  [", trace.line())
             trace.line()
@@ -274,7 +275,7 @@ class Trace(TraceTest):
     def test_signal_during_the_greeting_ends_it(self):
         address, daemon = self.start_bus()
         daemon.signal(signal.SIGSTOP)
-        trace = self.start(PROGRAM, "trace", "json", address, "0")
+        trace = self.start(*command("trace", "json", address, "0"))
         trace.signal(signal.SIGTERM)
         self.assertIn(trace.end_input()[1], (143, -signal.SIGTERM))  # the latter before it has blocked the signal
         daemon.signal(signal.SIGCONT)
@@ -282,7 +283,7 @@ class Trace(TraceTest):
     def test_reader_that_leaves_ends_it_quietly(self):
         self.start_simulator()
         reading, writing = os.pipe()
-        with subprocess.Popen([PROGRAM, "trace", "json", self.address, "0"], stdout=writing,
+        with subprocess.Popen(command("trace", "json", self.address, "0"), stdout=writing,
                               stderr=subprocess.PIPE) as trace:
             os.close(writing)
             os.read(reading, 4096)
@@ -292,7 +293,7 @@ class Trace(TraceTest):
 
     def test_full_disk_is_reported(self):
         with open("/dev/full", "wb") as full:
-            done = subprocess.run([PROGRAM, "trace", "json", self.address, "0"], stdout=full, stderr=subprocess.PIPE,
+            done = subprocess.run(command("trace", "json", self.address, "0"), stdout=full, stderr=subprocess.PIPE,
                                   timeout=PATIENCE, check=False)
         self.assertEqual((done.stderr, done.returncode),
                          (b"kivctl: cannot write to standard output: No space left on device\n", 2))

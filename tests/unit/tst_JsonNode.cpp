@@ -168,7 +168,6 @@ void tst_JsonNode::fields_areRead()
         {"text": "t", "empty": "", "choice": "b", "flag": false, "number": 3.0, "texts": ["x", "y"],
          "list": [1, {}], "object": {"k": [null]}})");
     JsonFields fields(node, "a thing");
-    QCOMPARE(fields.Line(), 2);
     QCOMPARE(fields.Text("text"), QString("t"));
     QCOMPARE(fields.TextOr("empty", "other"), QString(""));
     QVERIFY(fields.Choice("choice", {"a", "b"}) == 1);

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#ifndef KIVCTL_TRACE_PROTOCOL_H
-#define KIVCTL_TRACE_PROTOCOL_H
+#ifndef KIVCTL_BUS_PROTOCOL_H
+#define KIVCTL_BUS_PROTOCOL_H
 
 #include <QString>
 
-/** The protocol's names on the bus, for those who look at it from outside. */
+/** The protocol's names on the bus. */
 namespace Kivctl::Protocol {
 
 constexpr char serviceName[] = "com.quorvantel.service.AudioManagement";
@@ -28,4 +28,4 @@ inline QString RoleOfPath(const QString& path)
 
 } // namespace Kivctl::Protocol
 
-#endif // KIVCTL_TRACE_PROTOCOL_H
+#endif // KIVCTL_BUS_PROTOCOL_H

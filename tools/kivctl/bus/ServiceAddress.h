@@ -2,6 +2,8 @@
 #ifndef KIVCTL_BUS_SERVICEADDRESS_H
 #define KIVCTL_BUS_SERVICEADDRESS_H
 
+#include "bus/Protocol.h"
+
 #include <QString>
 
 namespace Kivctl {
@@ -16,14 +18,13 @@ enum class Role
 /** The service's bus name. */
 inline QString ServiceName()
 {
-    return QStringLiteral("com.quorvantel.service.AudioManagement");
+    return QLatin1String(Protocol::serviceName);
 }
 
 /** The path of the service's object for a role. */
 inline QString ServicePath(Role role)
 {
-    return role == Role::Hmi ? QStringLiteral("/com/kiv/service/AudioManagement/HmiMode")
-                             : QStringLiteral("/com/kiv/service/AudioManagement/AudioApplication");
+    return QLatin1String(role == Role::Hmi ? Protocol::hmiPath : Protocol::appPath);
 }
 
 } // namespace Kivctl

@@ -3,7 +3,7 @@
 
 #include "ExitCode.h"
 #include "MessageDecoder.h"
-#include "Protocol.h"
+#include "bus/Protocol.h"
 
 #include <QElapsedTimer>
 #include <QFile>

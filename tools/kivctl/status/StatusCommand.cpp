@@ -20,8 +20,7 @@ int RunStatus(const StatusOptions& options, const Output& output)
         signal = number;
         bus.Interrupt();
     });
-    const int exitCode =
-        check.Run(options.address.isEmpty() ? BusClient::SystemBusAddress() : options.address);
+    const int exitCode = check.Run(options.address);
     return signal == 0 ? exitCode : ExitInterrupted - SIGINT + signal;
 }
 

@@ -11,7 +11,7 @@ namespace Kivctl {
 /** What `kivctl status` is asked for. */
 struct StatusOptions
 {
-    QString address;   ///< the bus; empty for the system bus
+    QString address;   ///< of the bus
     int timeoutMs = 0; ///< how long each question may take; 0 for five seconds
 };
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "BusClient.h"
 
-#include "Protocol.h"
+#include "bus/Protocol.h"
 
 #include <QEventLoop>
 #include <QSocketNotifier>
@@ -61,12 +61,6 @@ void BusClient::Closer::operator()(DBusConnection* connection) const
 
 BusClient::BusClient() = default;
 BusClient::~BusClient() = default;
-
-QString BusClient::SystemBusAddress()
-{
-    const QString address = qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS");
-    return address.isEmpty() ? QStringLiteral("unix:path=/var/run/dbus/system_bus_socket") : address;
-}
 
 BusAnswer BusClient::Open(const QString& address, const QDeadlineTimer& deadline)
 {
@@ -187,11 +181,6 @@ MessagePtr BusClient::TakeMessage()
 bool BusClient::IsGone() const
 {
     return m_IsGone;
-}
-
-QString BusClient::UniqueName() const
-{
-    return m_UniqueName;
 }
 
 void BusClient::Pump()

@@ -50,9 +50,6 @@ public:
     BusClient();
     ~BusClient() override;
 
-    /** The address of the system bus: as DBUS_SYSTEM_BUS_ADDRESS tells, or else the standard one. */
-    static QString SystemBusAddress();
-
     /** Connects and greets the bus. */
     BusAnswer Open(const QString& address, const QDeadlineTimer& deadline);
 
@@ -76,7 +73,6 @@ public:
     MessagePtr TakeMessage();
 
     bool IsGone() const;
-    QString UniqueName() const;
 
 Q_SIGNALS:
     /** TakeMessage() or IsGone() has news, or the wait of Wait() has. */

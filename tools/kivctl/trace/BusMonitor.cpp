@@ -2,7 +2,7 @@
 #include "BusMonitor.h"
 
 #include "MessageDecoder.h"
-#include "Protocol.h"
+#include "bus/Protocol.h"
 
 #include <chrono>
 

@@ -41,13 +41,12 @@ int TraceBus(const TraceOptions& options, TraceSession& session)
 {
     BusMonitor monitor;
     QObject::connect(&session, &TraceSession::Ended, &monitor, &BusMonitor::Interrupt);
-    const QString address = options.address.isEmpty() ? BusClient::SystemBusAddress() : options.address;
-    const BusAnswer answer = monitor.Open(address, QDeadlineTimer(greetingTimeout));
+    const BusAnswer answer = monitor.Open(options.address, QDeadlineTimer(greetingTimeout));
     if (session.ExitCode()) {
         return *session.ExitCode();
     }
     if (answer.outcome != Outcome::Replied) {
-        return ReportOpening(answer, address);
+        return ReportOpening(answer, options.address);
     }
     QEventLoop loop;
     QObject::connect(&session, &TraceSession::Ended, &loop, &QEventLoop::quit);

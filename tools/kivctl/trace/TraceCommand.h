@@ -11,7 +11,7 @@ namespace Kivctl {
 /** What `kivctl trace` is asked for. */
 struct TraceOptions
 {
-    QString address;     ///< the bus; empty for the system bus
+    QString address;     ///< of the bus
     QString captureFile; ///< read instead of a bus; empty for none
     int timeoutMs = 0; ///< how long to look at a bus, or how long reading may take; 0 for as long as it takes
 };

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Tracer.h"
 
-#include "Protocol.h"
+#include "bus/Protocol.h"
 
 #include <QJsonObject>
 

@@ -170,9 +170,4 @@ void JsonFields::Finish() const
     }
 }
 
-int JsonFields::Line() const
-{
-    return m_Node.line;
-}
-
 } // namespace Simulator

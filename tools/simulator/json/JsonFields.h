@@ -57,8 +57,6 @@ public:
     /** Complains if there are other members than those that were asked for. */
     void Finish() const;
 
-    int Line() const;
-
     /** "<member>": expected <expected>, found <node>. */
     static JsonError Unexpected(const QString& member, const QString& expected, const JsonNode& found);
 
