@@ -84,6 +84,7 @@ private Q_SLOTS:
     void doStep_everyAction_hasARow();
     void doStep_crash_endsTheProcess();
     void doStep_restart_dropsTheAnswersStillToCome();
+    void doStep_stopAnsweringForGood_endsAnEarlierTime();
     void addStep_waitsForItsCalls();
     void loadScenario_everyMember_isPlayed();
     void loadScenario_wrongText_changesNothing();
@@ -331,6 +332,19 @@ void tst_SimulatorControl::doStep_restart_dropsTheAnswersStillToCome()
                           "service came", "step disarmFaults"}));
     QTRY_VERIFY(reply.isFinished());
     QVERIFY(reply.isError());
+}
+
+void tst_SimulatorControl::doStep_stopAnsweringForGood_endsAnEarlierTime()
+{
+    QVERIFY(m_Control->Do(R"({"do":"stopAnswering","milliseconds":1500})"));
+    QVERIFY(m_Control->Do(R"({"do":"stopAnswering"})"));
+    QVERIFY(m_Control->AddStep(R"({"after":2000,"do":"disarmFaults"})"));
+    QVERIFY(m_Control->Tell("WaitForSteps", {30000u}));
+    QVERIFY(m_Control->Do(R"({"do":"answerAgain"})"));
+    QCOMPARE(Gist(m_Control->Log()),
+             (QStringList{"service stops answering", "step stopAnswering", "service stops answering",
+                          "step stopAnswering", "step disarmFaults", "service answers again",
+                          "step answerAgain"}));
 }
 
 void tst_SimulatorControl::addStep_waitsForItsCalls()

@@ -143,6 +143,7 @@ public:
     {
         m_Service.m_IsMute = true;
         m_Service.LogService(QStringLiteral("stops answering"));
+        m_Service.m_AnswerTimer.stop(); // of an earlier one
         if (action.milliseconds) {
             m_Service.m_AnswerTimer.start(*action.milliseconds);
         }
