@@ -79,6 +79,8 @@ private Q_SLOTS:
     void whatDoesNotFollowTheFormat_isInvalid_data();
     void whatDoesNotFollowTheFormat_isInvalid();
     void faults_areArmedAndDisarmed();
+    void faults_thatFollowAnAnswer_followALateOneToo_data();
+    void faults_thatFollowAnAnswer_followALateOneToo();
     void doStep_everyAction_isDoneAtOnce_data();
     void doStep_everyAction_isDoneAtOnce();
     void doStep_everyAction_hasARow();
@@ -236,6 +238,31 @@ void tst_SimulatorControl::faults_areArmedAndDisarmed()
     QCOMPARE(m_Control->Arm(R"({"kind":"noAnswer"})"), 3u);
     QVERIFY(m_Control->Do(R"({"do":"disarmFaults"})"));
     QVERIFY(!Send("x", "{}").isEmpty());
+}
+
+void tst_SimulatorControl::faults_thatFollowAnAnswer_followALateOneToo_data()
+{
+    QTest::addColumn<QString>("fault");
+    QTest::addColumn<QStringList>("after");
+    QTest::newRow("flood") << R"({"kind":"flood","delay":100,"count":1,"to":"hmi"})"
+                           << QStringList(R"(call hmi onModeChange {"activeMode":"flood-1","sessionId":1})");
+    QTest::newRow("leave") << R"({"kind":"leave","delay":100})" << QStringList("service left");
+}
+
+void tst_SimulatorControl::faults_thatFollowAnAnswer_followALateOneToo()
+{
+    QFETCH(QString, fault);
+    QFETCH(QStringList, after);
+    const QString arguments = R"({"destination":"all","sessionId":1})";
+    const QString answer = R"({"currentMode":["Radio"]})";
+    Send("openSession", R"({"busName":"","objectPath":"/x"})");
+    const quint32 begin = m_Control->LogEnd();
+    QVERIFY(m_Control->Arm(fault) != 0);
+    QCOMPARE(Send("getMode", arguments), answer);
+    QTRY_COMPARE(Gist(m_Control->Log(begin)), (QStringList{"request hmi getMode " + arguments,
+                                                           "fault " + fault.section('"', 3, 3) + " getMode",
+                                                           "answer hmi getMode " + answer} +
+                                               after));
 }
 
 void tst_SimulatorControl::doStep_everyAction_isDoneAtOnce_data()

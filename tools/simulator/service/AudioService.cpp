@@ -138,8 +138,11 @@ void AudioService::ServeWith(const Fault& fault, const Call& call)
     if (std::holds_alternative<StopAnswering>(fault.kind)) {
         m_Unanswered.append(call);
     }
-    Deliver(call, answer);
-    StrikeService(fault);
+    if (answer.kind == Answer::Kind::None) {
+        StrikeService(fault);
+    } else {
+        Deliver(call, answer, [this, fault] { StrikeService(fault); });
+    }
 }
 
 // Does what the fault does to the service itself, if anything.
@@ -199,17 +202,18 @@ std::optional<Session> AudioService::SessionOf(const Request& request) const
     return found;
 }
 
-void AudioService::Deliver(const Call& call, const Answer& answer)
+void AudioService::Deliver(const Call& call, const Answer& answer, const std::function<void()>& then)
 {
     const int delay = answer.delay > 0 ? answer.delay : m_Scenario.delay;
     if (delay == 0) {
-        DeliverNow(call, answer);
+        DeliverNow(call, answer, then);
         return;
     }
-    QTimer::singleShot(delay, Qt::PreciseTimer, this, [this, call, answer] { DeliverNow(call, answer); });
+    QTimer::singleShot(delay, Qt::PreciseTimer, this,
+                       [this, call, answer, then] { DeliverNow(call, answer, then); });
 }
 
-void AudioService::DeliverNow(const Call& call, const Answer& answer)
+void AudioService::DeliverNow(const Call& call, const Answer& answer, const std::function<void()>& then)
 {
     if (!m_Bus || call.bus != m_Bus.get()) {
         return;
@@ -217,6 +221,7 @@ void AudioService::DeliverNow(const Call& call, const Answer& answer)
     m_Bus->SendEvents(answer.eventsBefore);
     m_Bus->SendReply(call.message, call.request, answer);
     m_Bus->SendEvents(answer.eventsAfter);
+    then();
 }
 
 void AudioService::AnswerWhatWaits()

@@ -15,6 +15,7 @@
 #include <QPointer>
 #include <QTimer>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -74,8 +75,9 @@ private:
     void CallBackThenDeliver(const CallBackFirst& fault, const Call& call, const Answer& answer);
     Effect MakeCallBack(const CallBackFirst& fault, const Request& request) const;
     std::optional<Session> SessionOf(const Request& request) const;
-    void Deliver(const Call& call, const Answer& answer);
-    void DeliverNow(const Call& call, const Answer& answer);
+    void Deliver(
+        const Call& call, const Answer& answer, const std::function<void()>& then = [] {});
+    void DeliverNow(const Call& call, const Answer& answer, const std::function<void()>& then);
     void StrikeService(const Fault& fault);
     static void AddSession(Effect& effect, const Session& session);
     QVector<Effect> AddressEvent(Audience to, const Effect& pattern) const;
