@@ -248,10 +248,12 @@ void tst_Simulator::nameTaken_endsWithFour_data()
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("complaint");
 
-    QTest::newRow("a service is there") << "com.quorvantel.service.AudioManagement"
-                                        << "kiv-audio-simulator: the service's bus name is taken, or not allowed\n";
-    QTest::newRow("a simulator is there") << "com.kiv.AudioSimulator"
-                                          << "kiv-audio-simulator: the simulator's bus name is taken, or not allowed\n";
+    QTest::newRow("a service is there")
+        << "com.quorvantel.service.AudioManagement"
+        << "kiv-audio-simulator: the service's bus name is taken, or not allowed\n";
+    QTest::newRow("a simulator is there")
+        << "com.kiv.AudioSimulator"
+        << "kiv-audio-simulator: the simulator's bus name is taken, or not allowed\n";
 }
 
 void tst_Simulator::nameTaken_endsWithFour()
