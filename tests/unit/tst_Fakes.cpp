@@ -103,6 +103,7 @@ private Q_SLOTS:
     void async_isAnsweredAsTold();
     void refused_hasFailedAtOnce();
     void firstAsyncRequest_handlesNoEventOfTheProgram();
+    void firstAsyncRequests_areAnsweredInOrder();
     void laterAnswer_replacesTheEarlierOne();
     void answerOthers_leavesOtherAnswersAlone();
     void held_isAnsweredInOrderOnRelease();
@@ -261,6 +262,23 @@ void tst_Fakes::firstAsyncRequest_handlesNoEventOfTheProgram()
     QVERIFY(!isHandled);
     QVERIFY(WaitFor(reply));
     QVERIFY(isHandled);
+}
+
+void tst_Fakes::firstAsyncRequests_areAnsweredInOrder()
+{
+    // Often: what could go wrong is a race.
+    for (int round = 0; round < 100; ++round) {
+        FakeExchange exchange;
+        exchange.AnswerOthers("{}");
+        FakeServiceProviderProxy proxy(exchange);
+        const QDBusPendingCallWatcher first(proxy.AsyncRequest("first", "{}"));
+        const QDBusPendingCallWatcher second(proxy.AsyncRequest("second", "{}"));
+        QStringList order;
+        connect(&first, &QDBusPendingCallWatcher::finished, this, [&order] { order.append("first"); });
+        connect(&second, &QDBusPendingCallWatcher::finished, this, [&order] { order.append("second"); });
+        QVERIFY(QTest::qWaitFor([&order] { return order.size() == 2; }, 30000));
+        QCOMPARE(order, (QStringList{"first", "second"}));
+    }
 }
 
 void tst_Fakes::laterAnswer_replacesTheEarlierOne()
