@@ -13,8 +13,8 @@ namespace {
 
 QDBusConnection OrderConnection()
 {
-    static const QDBusConnection connection = QDBusConnection::connectToBus(
-        QString::fromLatin1(qgetenv("DBUS_SYSTEM_BUS_ADDRESS")), "orders");
+    static const QDBusConnection connection =
+        QDBusConnection::connectToBus(QString::fromLatin1(qgetenv("DBUS_SYSTEM_BUS_ADDRESS")), "orders");
     return connection;
 }
 
@@ -23,7 +23,9 @@ QDBusConnection OrderConnection()
 void Flood::Calls(const QString& path, const QString& method, const QString& arguments, int count)
 {
     constexpr uint outstanding = 64;
-    Order("Calls", {QDBusConnection::systemBus().baseService(), path, method, arguments, uint(count), outstanding}, count);
+    Order("Calls",
+          {QDBusConnection::systemBus().baseService(), path, method, arguments, uint(count), outstanding},
+          count);
 }
 
 void Flood::Broadcasts(const QString& path, const QString& signal, const QString& payload, int count)

@@ -118,7 +118,8 @@ std::vector<Contestant> ForeignThreadContestants()
     const auto bare = std::make_shared<BareStarts>();
     return {{"library",
              [library](int operations) {
-                 library->starts.Perform(operations, [library] { return library->app.client.AudioActiveAsync(true); });
+                 library->starts.Perform(operations,
+                                         [library] { return library->app.client.AudioActiveAsync(true); });
              }},
             {"raw Qt", [bare](int operations) {
                  bare->starts.Perform(operations, [bare] { return bare->Invoke(); });

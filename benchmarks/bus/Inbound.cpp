@@ -107,7 +107,7 @@ struct ListeningReceiver
     ListeningReceiver()
     {
         QDBusConnection::systemBus().connect(Wire::Service, Wire::AppPath, Wire::Interface, "Notify",
-                                             &receiver, SLOT(Notify(QString,QString)));
+                                             &receiver, SLOT(Notify(QString, QString)));
     }
 
     Flood flood;

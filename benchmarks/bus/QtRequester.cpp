@@ -15,7 +15,8 @@ class BareInterface : public QDBusAbstractInterface
 {
 public:
     BareInterface()
-        : QDBusAbstractInterface(Wire::Service, Wire::AppPath, Wire::Interface, QDBusConnection::systemBus(), nullptr)
+        : QDBusAbstractInterface(Wire::Service, Wire::AppPath, Wire::Interface, QDBusConnection::systemBus(),
+                                 nullptr)
     {
     }
 };

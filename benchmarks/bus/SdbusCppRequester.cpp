@@ -54,8 +54,7 @@ private:
     }
 
     std::unique_ptr<sdbus::IConnection> m_Connection = sdbus::createSystemBusConnection();
-    std::unique_ptr<sdbus::IProxy> m_Proxy =
-        sdbus::createProxy(*m_Connection, Wire::Service, Wire::AppPath);
+    std::unique_ptr<sdbus::IProxy> m_Proxy = sdbus::createProxy(*m_Connection, Wire::Service, Wire::AppPath);
     int m_Missing = 0;
 };
 

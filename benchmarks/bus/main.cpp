@@ -39,7 +39,8 @@ int NumberOf(const QCommandLineParser& parser, const QString& option)
 Options OptionsOf(const QCoreApplication& application)
 {
     QCommandLineParser parser;
-    parser.setApplicationDescription("Measures the library and others at work on the bus that stands in for the system bus.");
+    parser.setApplicationDescription(
+        "Measures the library and others at work on the bus that stands in for the system bus.");
     parser.addHelpOption();
     parser.addPositionalArgument("work", "blocking, async, calls, broadcasts, foreign or endurance");
     parser.addOptions({{"payload", "small, medium or list", "name", "small"},
@@ -77,7 +78,8 @@ std::vector<Contestant> BlockingContestants(const Options& options)
     const Payload payload = PayloadOf(options.payload);
     std::vector<Contestant> contestants;
     for (const SharedRequester& requester : RequestersFor(options)) {
-        contestants.push_back(OneByOne(requester->Name(), [requester, payload] { requester->Block(payload); }));
+        contestants.push_back(
+            OneByOne(requester->Name(), [requester, payload] { requester->Block(payload); }));
     }
     return contestants;
 }

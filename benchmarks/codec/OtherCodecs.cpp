@@ -16,7 +16,8 @@ namespace KivBenchmark {
 
 void EncodeWithQJson(const Parameters& parameters, QString& json)
 {
-    json = QString::fromUtf8(QJsonDocument(QJsonObject::fromVariantMap(parameters)).toJson(QJsonDocument::Compact));
+    json = QString::fromUtf8(
+        QJsonDocument(QJsonObject::fromVariantMap(parameters)).toJson(QJsonDocument::Compact));
 }
 
 void DecodeWithQJson(const QString& json, Parameters& parameters)

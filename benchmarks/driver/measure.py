@@ -8,7 +8,7 @@ import subprocess
 import time
 from pathlib import Path
 
-from surroundings import CLIENT_CORE, ProgramFailed, bus_with_service, run, run_json
+from surroundings import CLIENT_CORE, ProgramFailed, bus_with_service, run, run_json, this_process_on
 
 LIBRARY, RAW = "library", "raw Qt"
 PAYLOADS = ("small", "medium", "list")
@@ -99,7 +99,7 @@ class Measurements:
     def start(self):
         programs = {LIBRARY: "kiv-benchmark-start-library", RAW: "kiv-benchmark-start-raw"}
         results = {name: {"wall": [], "cpu": [], "resident": [], "anonymous": []} for name in programs}
-        with bus_with_service(self.programs):
+        with bus_with_service(self.programs), this_process_on(CLIENT_CORE):
             for turn in range(-2, 4 if self.brief else 60):
                 for name, program in programs.items():
                     figures = self._start_once(self.programs / program)
@@ -114,7 +114,6 @@ class Measurements:
         begin = time.perf_counter_ns()
         pid = os.posix_spawn(program, [str(program)], os.environ, file_actions=[
             (os.POSIX_SPAWN_DUP2, write_end, 1), (os.POSIX_SPAWN_CLOSE, read_end)])
-        os.sched_setaffinity(pid, {CLIENT_CORE})
         os.close(write_end)
         with os.fdopen(read_end, encoding="utf-8") as output:
             first = output.readline()
@@ -161,7 +160,7 @@ class Measurements:
         for path in folder.glob(f"callgrind.{title}.*"):
             text = path.read_text(encoding="utf-8", errors="replace")
             name = re.search(r"^desc: Trigger: Client Request: (.*)$", text, re.MULTILINE)
-            total = re.search(r"^(?:summary|totals): (\d+)", text, re.MULTILINE)
+            total = re.search(r"^totals: (\d+)", text, re.MULTILINE)
             if name and total:
                 counts[name[1]] = {"instructions": round(int(total[1]) / operations),
                                    "allocations": allocations[name[1]]["allocations"]}

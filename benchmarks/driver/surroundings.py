@@ -37,9 +37,22 @@ def _cores():
 
 CLIENT_CORE, SERVICE_CORE = _cores()
 
+os.environ["QT_LOGGING_RULES"] = "default.debug=false;default.warning=false"
+
 
 def _pin(core):
     return lambda: os.sched_setaffinity(0, {core})
+
+
+@contextlib.contextmanager
+def this_process_on(core):
+    """Pins this process, and those that it starts, to a core meanwhile."""
+    before = os.sched_getaffinity(0)
+    os.sched_setaffinity(0, {core})
+    try:
+        yield
+    finally:
+        os.sched_setaffinity(0, before)
 
 
 def run(command, timeout=600):

@@ -49,9 +49,15 @@ struct IdleClient
     Audio::Utils::Kiv::QtDbus::ServiceRegistrator registrator{bus, QString()};
     Audio::Utils::Kiv::QtDbus::AdaptorConnection connection{bus};
     Audio::Utils::Kiv::QtDbus::ServiceProviderProxyAppFactory factory;
-    Audio::Utils::Kiv::QtDbus::AudioManagerApp client{registrator, QStringLiteral("/idle"),
-                                                      QStringLiteral("Player"), connection, QString(), true,
-                                                      QString(), factory, false};
+    Audio::Utils::Kiv::QtDbus::AudioManagerApp client{registrator,
+                                                      QStringLiteral("/idle"),
+                                                      QStringLiteral("Player"),
+                                                      connection,
+                                                      QString(),
+                                                      true,
+                                                      QString(),
+                                                      factory,
+                                                      false};
 };
 
 /** A record as the library writes them. */

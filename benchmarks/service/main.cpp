@@ -8,8 +8,8 @@
 #include <memory>
 #include <string>
 
-#include <sys/prctl.h>
 #include <csignal>
+#include <sys/prctl.h>
 
 /**
  * The service of the benchmarks: answers each request with the request's own arguments, as fast as can be.

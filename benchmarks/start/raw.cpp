@@ -69,8 +69,7 @@ int main(int argc, char** argv)
         R"({"busName":"com.quorvantel.audioclient.start","objectPath":"/start/ServiceProviderClient"})");
     const QString active = R"({"playing":true,"sessionId":1234})";
     const bool isAnswered = service.Request("audioActive", active) == active;
-    const int result =
-        KivBenchmark::ReportFirstAnswer(isRunning && session.contains("1234") && isAnswered);
+    const int result = KivBenchmark::ReportFirstAnswer(isRunning && session.contains("1234") && isAnswered);
     service.Request("closeSession", R"({"sessionId":1234})");
     bus.unregisterService("com.quorvantel.audioclient.start");
     return result;

@@ -15,7 +15,6 @@
 #else
 #define CALLGRIND_START_INSTRUMENTATION
 #define CALLGRIND_STOP_INSTRUMENTATION
-#define CALLGRIND_ZERO_STATS
 #define CALLGRIND_DUMP_STATS_AT(title) static_cast<void>(title)
 #endif
 
@@ -74,12 +73,11 @@ QJsonObject Evaluated(const Contestant& contestant, const Record& record)
 
 void CountInstructions(const Contestant& contestant, int operations)
 {
-    CALLGRIND_START_INSTRUMENTATION;
     contestant.perform(operations); // so that what runs for the first time is not counted
-    CALLGRIND_ZERO_STATS;
+    CALLGRIND_START_INSTRUMENTATION;
     contestant.perform(operations);
-    CALLGRIND_DUMP_STATS_AT(qPrintable(contestant.name));
     CALLGRIND_STOP_INSTRUMENTATION;
+    CALLGRIND_DUMP_STATS_AT(qPrintable(contestant.name));
 }
 
 } // namespace
@@ -137,8 +135,9 @@ QJsonObject Compete(const std::vector<Contestant>& contestants, const Plan& plan
         }
     }
     for (int slice = 0; slice < plan.slices; ++slice) {
-        for (size_t i = 0; i < contestants.size(); ++i) {
-            PerformSlice(contestants[i], plan.operations, records[i]);
+        for (size_t turn = 0; turn < contestants.size(); ++turn) {
+            const size_t next = (turn + size_t(slice)) % contestants.size(); // so that each follows each
+            PerformSlice(contestants[next], plan.operations, records[next]);
         }
     }
     for (size_t i = 0; i < contestants.size(); ++i) {

@@ -33,7 +33,7 @@ struct Plan
 };
 
 /**
- * Lets contestants work in turns, slice after slice (A B C, A B C …), so that whatever disturbs the machine disturbs
+ * Lets contestants work in turns, slice after slice , so that whatever disturbs the machine disturbs
  * them all.
  *
  * @return for each contestant, under its name: lists "cpu" (of the process, all threads) and "wall", in ns per

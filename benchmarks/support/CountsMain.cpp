@@ -30,11 +30,11 @@ std::vector<Contestant> CodecContestants()
     for (const Sample& sample : Samples()) {
         QString text;
         codec.encode(sample.parameters, text);
-        contestants.push_back(Repeating(QStringLiteral("encode, %1").arg(QLatin1String(sample.name)),
-                                        [codec, sample] {
-                                            QString json;
-                                            codec.encode(sample.parameters, json);
-                                        }));
+        contestants.push_back(
+            Repeating(QStringLiteral("encode, %1").arg(QLatin1String(sample.name)), [codec, sample] {
+                QString json;
+                codec.encode(sample.parameters, json);
+            }));
         contestants.push_back(
             Repeating(QStringLiteral("decode, %1").arg(QLatin1String(sample.name)), [codec, text] {
                 Parameters decoded;
