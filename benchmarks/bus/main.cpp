@@ -113,11 +113,13 @@ QJsonObject Endure(const Contestant& contestant, const Plan& plan)
     return {{"cpu", cpu}, {"resident", resident}};
 }
 
+// One after the other: both clients are exported at the same path.
 QJsonObject Endurance(Options options)
 {
     options.onlyQt = true;
-    return {{"requests", Endure(AsyncContestants(options).front(), options.plan)},
-            {"inbound calls", Endure(CallContestants().front(), options.plan)}};
+    const QJsonObject requests = Endure(AsyncContestants(options).front(), options.plan);
+    const QJsonObject calls = Endure(CallContestants().front(), options.plan);
+    return {{"requests", requests}, {"inbound calls", calls}};
 }
 
 QJsonObject ResultOf(const Options& options)

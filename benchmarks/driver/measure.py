@@ -36,9 +36,9 @@ class Measurements:
         self.library = Path(folder) / "src" / "libkiv-qtdbus-lib.so"
         self.brief = brief
 
-    def _compete(self, work, slices, operations, *options):
+    def _compete(self, work, slices, operations, *options, at_least=1):
         if self.brief:
-            slices, operations = 2, max(operations // 10, 1)
+            slices, operations = 2, max(operations // 10, at_least)
         return run_json([self.programs / "kiv-benchmark-bus", work, "--slices", slices, "--operations",
                          operations, *options])
 
@@ -53,15 +53,15 @@ class Measurements:
             return {payload: self._compete("async", 20, 1000, "--payload", payload, "--flight", 100)
                     for payload in PAYLOADS}
 
-    def flights(self):
+    def flights(self, flights, *options):
         with bus_with_service(self.programs):
             return {flight: self._compete("async", 6 if flight >= 1000 else 10, max(2 * flight, 1000),
-                                          "--flight", flight) for flight in FLIGHTS}
+                                          "--flight", flight, *options, at_least=flight) for flight in flights}
 
     # C: inbound calls and broadcasts.
     def inbound(self):
         with bus_with_service(self.programs):
-            return {work: self._compete(work, 20, 1000) for work in ("calls", "broadcasts")}
+            return {work: self._compete(work, 20, 2000) for work in ("calls", "broadcasts")}
 
     # D and E: codec and log, interleaved by Google Benchmark.
     def micro(self, pattern):

@@ -92,11 +92,13 @@ def bus_with_service(programs):
         path = os.path.join(folder, "bus.conf")
         with open(path, "w", encoding="utf-8") as file:
             file.write(CONFIGURATION.format(folder=folder))
+        errors = os.path.join(folder, "errors")
         daemon = ["dbus-daemon", f"--config-file={path}", "--nofork", "--nopidfile", "--print-address"]
-        with _process(daemon) as bus:
+        with open(errors, "w", encoding="utf-8") as file, _process(daemon, stderr=file) as bus:
             address = bus.stdout.readline().strip()
             if not address:
-                raise ProgramFailed("dbus-daemon did not start")
+                with open(errors, encoding="utf-8") as written:
+                    raise ProgramFailed(f"dbus-daemon did not start: {written.read()}")
             os.environ["DBUS_SYSTEM_BUS_ADDRESS"] = address
             with _process([programs / "kiv-benchmark-service"]) as service:
                 if service.stdout.readline() != "ready\n":
