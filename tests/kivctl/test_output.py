@@ -3,10 +3,11 @@
 
 import json
 import os
+import subprocess
 import unittest
 
 import jsonschema
-from kivctltest import KivctlTest, SOURCE, kivinterop
+from kivctltest import KivctlTest, PROGRAM, SOURCE, kivinterop
 
 with open(os.path.join(SOURCE, "schemas", "kivctl-output.schema.json"), encoding="utf-8") as schema_file:
     SCHEMA = json.load(schema_file)
@@ -54,6 +55,20 @@ class OutputTest(KivctlTest):
         self.start_service({"openSession": '{"sessionId":7}', "getModeList": '{"modeList":[]}'},
                            kivinterop.HMI_PATH)
         self.assertEqual(self.output_of(0, "modes"), [{"event": "modeList", "modes": []}])
+
+    def test_fullDisk_isReported(self):
+        self.start_simulator()
+        for command in (["modes"], ["mode"], ["status"], ["set-mode", "Bluetooth"], ["stream", "--name", "N"]):
+            with self.subTest(command), open("/dev/full", "wb") as full:
+                done = subprocess.run([PROGRAM, *command], env=self.environment, stdout=full, stderr=subprocess.PIPE,
+                                      timeout=kivinterop.PATIENCE, check=False)
+                self.assertEqual((done.stderr, done.returncode),
+                                 (b"kivctl: cannot write to standard output\n", 2))
+
+    def test_trace_emptyFileName_isWrongUsage(self):
+        code, output, errors = self.run_kivctl("trace", "")
+        self.assertEqual((code, output, errors.splitlines()[0]),
+                         (2, "", "kivctl: trace: expected the name of a capture file"))
 
     def test_mode(self):
         self.start_simulator()

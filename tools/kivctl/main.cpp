@@ -27,7 +27,13 @@ int Run(const QStringList& arguments)
         QLoggingCategory::setFilterRules(QStringLiteral("default=false")); // QT_LOGGING_RULES goes before it
     }
     UseBus(request.invocation.address);
-    return request.command->run(request.invocation);
+    const int exitCode = request.command->run(request.invocation);
+    const bool isTrace = request.command->name == QLatin1String("trace"); // which looks after it itself
+    if (exitCode == ExitDone && !isTrace && std::ferror(stdout) != 0) {
+        Output::Complain(QStringLiteral("cannot write to standard output"));
+        return ExitUsage;
+    }
+    return exitCode;
 }
 
 } // namespace
