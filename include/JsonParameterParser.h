@@ -26,7 +26,7 @@ namespace Audio::Utils::Kiv::QtDbus {
  *
  * @param aParameters the parameters.
  * @param aJson receives the text; what it held before is replaced. It is left untouched only when there is no
- *        memory for the object itself; an entry for which there is none is left out.
+ *        memory for the object.
  *
  * Reentrant; may be called from any thread.
  *

@@ -11,11 +11,10 @@
 #include <QDBusPendingReply>
 #include <QDBusServer>
 #include <QDBusVirtualObject>
-#include <QDeadlineTimer>
-#include <QEvent>
 #include <QMutex>
 #include <QMutexLocker>
 #include <QObject>
+#include <QSemaphore>
 #include <QString>
 #include <QThread>
 #include <QVector>
@@ -72,18 +71,16 @@ public:
           m_Server(MakeServer()),
           m_Name(name)
     {
-        m_Server.setAnonymousAuthenticationAllowed(true);
-        QObject::connect(&m_Server, &QDBusServer::newConnection, &m_Object,
-                         [this](const QDBusConnection& connection) { Accept(connection); });
-        QDBusConnection::connectToPeer(m_Server.address(), m_Name);
-        WaitUntilAccepted();
+        Connect();
+        m_Accepted.first().registerVirtualObject(QStringLiteral("/"), &m_Object, QDBusConnection::SubPath);
     }
 
     /** Calls without an answer fail, while the event loop runs. */
     ~PeerConnection()
     {
         if (IsAnyUnanswered()) {
-            // Not disconnected: Qt 5.15 deletes the calls of such a connection, also when their replies are in use.
+            // Not disconnected: Qt 5.15 deletes the calls of such a connection, also when their replies are
+            // in use.
             m_Object.FailAll();
         } else {
             QDBusConnection::disconnectFromPeer(m_Name);
@@ -161,24 +158,38 @@ private:
         return *server;
     }
 
-    void Accept(const QDBusConnection& connection)
+    // The server's events are handled on a thread for the purpose: the caller is within a request, where
+    // those of the program must wait.
+    void Connect()
     {
-        QDBusConnection accepted(connection);
-        accepted.registerVirtualObject(QStringLiteral("/"), &m_Object, QDBusConnection::SubPath);
-        m_Accepted.append(accepted);
-    }
-
-    // Only the server's own events: the program's may do anything, and the caller is within a request.
-    void WaitUntilAccepted()
-    {
-        const QDeadlineTimer watchdog(30000);
-        while (m_Accepted.isEmpty() && !watchdog.hasExpired()) {
-            QThread::usleep(100);
-            QCoreApplication::sendPostedEvents(&m_Server, QEvent::MetaCall);
-        }
-        if (m_Accepted.isEmpty()) {
+        QThread thread;
+        QSemaphore isAccepted;
+        m_Server.setAnonymousAuthenticationAllowed(true);
+        QObject::connect(&m_Server, &QDBusServer::newConnection, &m_Server,
+                         [this, &isAccepted](const QDBusConnection& connection) {
+                             m_Accepted.append(connection);
+                             isAccepted.release();
+                         });
+        m_Server.moveToThread(&thread);
+        thread.start();
+        QDBusConnection::connectToPeer(m_Server.address(), m_Name);
+        if (!isAccepted.tryAcquire(1, kPatience) || !IsDelivering()) {
             qFatal("PeerConnection: no connection: %s", qPrintable(m_Server.lastError().message()));
         }
+        thread.quit();
+        thread.wait();
+        m_Server.disconnect();
+    }
+
+    // An accepted connection delivers nothing at first. Calls that arrive meanwhile can overtake each other
+    // in Qt 5.15, so this one goes ahead; Qt itself refuses it, as there is no object yet.
+    bool IsDelivering() const
+    {
+        const QDBusMessage ping = QDBusMessage::createMethodCall(
+            QString(), QStringLiteral("/"), QStringLiteral("com.quorvantel.ServiceProvider"),
+            QStringLiteral("Ping"));
+        const QDBusMessage answer = QDBusConnection(m_Name).call(ping, QDBus::Block, kPatience);
+        return QDBusError(answer).type() == QDBusError::UnknownObject;
     }
 
     bool IsAnyUnanswered() const
@@ -186,6 +197,8 @@ private:
         return std::any_of(m_Calls.cbegin(), m_Calls.cend(),
                            [](const QDBusPendingCall& call) { return !call.isFinished(); });
     }
+
+    static constexpr int kPatience = 30000; // milliseconds
 
     inline static QMutex smLock;
     inline static QVector<QDBusServer*>& smServers = *new QVector<QDBusServer*>;

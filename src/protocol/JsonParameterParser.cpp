@@ -1,65 +1,69 @@
 // SPDX-License-Identifier: MIT
 #include "JsonParameterParser.h"
 
-#include "logging/Log.h"
 #include "protocol/CJsonPtr.h"
+#include "protocol/JsonObjectBuilder.h"
+#include "protocol/Utf8.h"
 
 #include <QStringList>
+#include <QVarLengthArray>
 
 namespace Audio::Utils::Kiv::QtDbus {
 
 namespace {
 
-// A list is written whole or not at all: null when any of its elements cannot be created.
-CJsonPtr CreateStringArray(const QStringList& texts)
+constexpr int usualUtf8Size = 4096; // on the stack up to here
+
+// The value that a variant of just this type holds, without a copy.
+template <typename Type>
+const Type& Held(const QVariant& value)
 {
-    CJsonPtr array(cJSON_CreateArray());
-    for (const QString& text : texts) {
-        CJsonPtr element(cJSON_CreateString(text.toUtf8().constData()));
-        if (!element || !cJSON_AddItemToArray(array.get(), element.get())) {
-            return nullptr;
-        }
-        static_cast<void>(element.release()); // now owned by the array
-    }
-    return array;
+    return *static_cast<const Type*>(value.constData());
 }
 
-CJsonPtr CreateItem(const QVariant& value)
+// The table of types. A sink counts the members, or builds them.
+template <typename Sink>
+void AddMember(Sink& sink, const QString& key, const QVariant& value)
 {
     switch (value.userType()) {
     case QMetaType::Bool:
-        return CJsonPtr(cJSON_CreateBool(value.toBool() ? 1 : 0));
+        return sink.AddBool(key, value.toBool());
     case QMetaType::Int:
-        return CJsonPtr(cJSON_CreateNumber(value.toInt()));
-    case QMetaType::UInt:
-        return CJsonPtr(cJSON_CreateNumber(value.toUInt()));
     case QMetaType::LongLong:
-        return CJsonPtr(cJSON_CreateNumber(static_cast<double>(value.toLongLong())));
+        return sink.AddNumber(key, value.toLongLong());
+    case QMetaType::UInt:
     case QMetaType::ULongLong:
-        return CJsonPtr(cJSON_CreateNumber(static_cast<double>(value.toULongLong())));
+        return sink.AddNumber(key, value.toULongLong());
     case QMetaType::QStringList:
-        return CreateStringArray(value.toStringList());
+        return sink.AddList(key, Held<QStringList>(value));
+    case QMetaType::QString:
+        return sink.AddText(key, Held<QString>(value));
     default:
-        return CJsonPtr(cJSON_CreateString(value.toString().toUtf8().constData()));
+        return sink.AddText(key, value.toString());
     }
 }
 
-// An item that could not be created is left out of the object.
-void AddMember(cJSON* object, const QString& key, CJsonPtr item)
-{
-    if (item && cJSON_AddItemToObject(object, key.toUtf8().constData(), item.get())) {
-        static_cast<void>(item.release()); // now owned by the object
-    }
-}
-
-void AddNestedLists(cJSON* object, const QVariant& outer)
+template <typename Sink>
+void AddNestedLists(Sink& sink, const QVariant& outer)
 {
     const QVariantMap nested = outer.toMap();
     for (auto entry = nested.constBegin(); entry != nested.constEnd(); ++entry) {
         if (entry->userType() == QMetaType::QStringList) {
-            AddMember(object, entry.key(), CreateStringArray(entry->toStringList()));
+            sink.AddList(entry.key(), entry->toStringList());
         } else {
-            qCDebug(Log) << "JsonParameterParser - AddParameters() -- Type not implemented:" << outer.type();
+            sink.SkipUnsupported(outer);
+        }
+    }
+}
+
+template <typename Sink>
+void AddMembers(Sink& sink, const QMap<QString, QVariant>& parameters)
+{
+    for (auto entry = parameters.constBegin(); entry != parameters.constEnd(); ++entry) {
+        if (entry->userType() == QMetaType::QVariantMap) {
+            AddNestedLists(sink, *entry);
+        } else {
+            AddMember(sink, entry.key(), *entry);
         }
     }
 }
@@ -67,6 +71,7 @@ void AddNestedLists(cJSON* object, const QVariant& outer)
 QStringList StringsOf(const cJSON* array)
 {
     QStringList texts;
+    texts.reserve(cJSON_GetArraySize(array));
     for (const cJSON* element = array->child; element != nullptr; element = element->next) {
         texts.append(QString::fromUtf8(element->valuestring)); // null pointer, hence empty, unless a string
     }
@@ -93,29 +98,26 @@ QVariant ValueOf(const cJSON* item)
 
 void AddParameters(const QMap<QString, QVariant>& aParameters, QString& aJson)
 {
-    const CJsonPtr root(cJSON_CreateObject());
-    if (!root) {
-        return;
+    JsonObjectSize size;
+    AddMembers(size, aParameters);
+    JsonObjectBuilder builder(size);
+    if (builder.IsValid()) {
+        AddMembers(builder, aParameters);
+        aJson = builder.Print();
     }
-    for (auto entry = aParameters.constBegin(); entry != aParameters.constEnd(); ++entry) {
-        if (entry->userType() == QMetaType::QVariantMap) {
-            AddNestedLists(root.get(), *entry);
-        } else {
-            AddMember(root.get(), entry.key(), CreateItem(*entry));
-        }
-    }
-    const CJsonText text(cJSON_PrintUnformatted(root.get()));
-    aJson = QString::fromUtf8(text.get());
 }
 
 void GetParameters(const QString& aJson, QMap<QString, QVariant>& aParameters)
 {
-    const CJsonPtr root(cJSON_Parse(aJson.toUtf8().constData()));
+    QVarLengthArray<char, usualUtf8Size> utf8(static_cast<int>(MaximumUtf8Size(aJson)));
+    CopyAsUtf8(aJson, utf8.data());
+    const CJsonPtr root(cJSON_Parse(utf8.constData()));
     if (!root) {
         return;
     }
     for (const cJSON* item = root->child; item != nullptr; item = item->next) {
-        aParameters.insert(QString::fromUtf8(item->string), ValueOf(item));
+        // Members mostly come in the order of their keys.
+        aParameters.insert(aParameters.constEnd(), QString::fromUtf8(item->string), ValueOf(item));
     }
 }
 

@@ -58,6 +58,20 @@ class OutputTest(KivctlTest):
                            kivinterop.HMI_PATH)
         self.assertEqual(self.output_of(0, "modes"), [{"event": "modeList", "modes": []}])
 
+    def test_fullDisk_isReported(self):
+        self.start_simulator()
+        for command in (["modes"], ["mode"], ["status"], ["set-mode", "Bluetooth"], ["stream", "--name", "N"]):
+            with self.subTest(command), open("/dev/full", "wb") as full:
+                done = subprocess.run([PROGRAM, *command], env=self.environment, stdout=full, stderr=subprocess.PIPE,
+                                      timeout=kivinterop.PATIENCE, check=False)
+                self.assertEqual((done.stderr, done.returncode),
+                                 (b"kivctl: cannot write to standard output\n", 2))
+
+    def test_trace_emptyFileName_isWrongUsage(self):
+        code, output, errors = self.run_kivctl("trace", "")
+        self.assertEqual((code, output, errors.splitlines()[0]),
+                         (2, "", "kivctl: trace: expected the name of a capture file"))
+
     def test_mode(self):
         self.start_simulator()
         self.assertEqual(self.output_of(0, "mode"), [{"event": "mode", "mode": "Radio"}])
@@ -140,10 +154,9 @@ class OutputTest(KivctlTest):
 class FullDiskTest(KivctlTest):
     """Standard output that cannot be written."""
 
-    def test_lostData_isNoSuccess(self):
-        self.start_simulator()
+    def test_lostHelp_isNoSuccess(self):
         with open("/dev/full", "wb") as full:
-            for arguments in (["modes"], ["status"], ["--help"], ["help", "mode"]):
+            for arguments in (["--help"], ["help", "mode"]):
                 done = subprocess.run([PROGRAM, *arguments], env=self.environment, stdout=full,
                                       stderr=subprocess.PIPE, timeout=kivinterop.PATIENCE, check=False)
                 self.assertEqual((done.returncode, done.stderr),

@@ -5,6 +5,7 @@
 #include "FakeServiceProviderProxy.h"
 #include "FakeServiceProviderProxyFactory.h"
 #include "FakeServiceRegistrator.h"
+#include "OpenedBaseClient.h"
 #include "PeerConnection.h"
 
 #include <QCoreApplication>
@@ -102,6 +103,7 @@ private Q_SLOTS:
     void async_isAnsweredAsTold();
     void refused_hasFailedAtOnce();
     void firstAsyncRequest_handlesNoEventOfTheProgram();
+    void firstAsyncRequests_areAnsweredInOrder();
     void laterAnswer_replacesTheEarlierOne();
     void answerOthers_leavesOtherAnswersAlone();
     void held_isAnsweredInOrderOnRelease();
@@ -115,6 +117,7 @@ private Q_SLOTS:
     void mistake_endsTheProgram();
 
     void serviceAppears_client_isInitialised();
+    void serviceAppears_clientOfAnotherKind_getsProxyAndState();
     void serviceAppears_exportFails_fails();
     void serviceAppears_withoutProxy_goesOnWaiting();
     void serviceAppears_clientDoesNotWait_changesNothing();
@@ -261,6 +264,23 @@ void tst_Fakes::firstAsyncRequest_handlesNoEventOfTheProgram()
     QVERIFY(isHandled);
 }
 
+void tst_Fakes::firstAsyncRequests_areAnsweredInOrder()
+{
+    // Often: what could go wrong is a race.
+    for (int round = 0; round < 100; ++round) {
+        FakeExchange exchange;
+        exchange.AnswerOthers("{}");
+        FakeServiceProviderProxy proxy(exchange);
+        const QDBusPendingCallWatcher first(proxy.AsyncRequest("first", "{}"));
+        const QDBusPendingCallWatcher second(proxy.AsyncRequest("second", "{}"));
+        QStringList order;
+        connect(&first, &QDBusPendingCallWatcher::finished, this, [&order] { order.append("first"); });
+        connect(&second, &QDBusPendingCallWatcher::finished, this, [&order] { order.append("second"); });
+        QVERIFY(QTest::qWaitFor([&order] { return order.size() == 2; }, 30000));
+        QCOMPARE(order, (QStringList{"first", "second"}));
+    }
+}
+
 void tst_Fakes::laterAnswer_replacesTheEarlierOne()
 {
     FakeExchange exchange;
@@ -307,7 +327,8 @@ void tst_Fakes::held_isAnsweredInOrderOnRelease()
     exchange.Release();
     QTRY_COMPARE_WITH_TIMEOUT(order, (QStringList{"first", "second"}), 30000);
     const QDBusPendingReply<QString> third = proxy.AsyncRequest("third", "{}");
-    QVERIFY2(WaitFor(third), "still holding");
+    QVERIFY(WaitFor(third));
+    QCOMPARE(Outcome(third), "{}");
 }
 
 void tst_Fakes::held_isAnsweredAsToldOnRelease()
@@ -413,6 +434,18 @@ void tst_Fakes::serviceAppears_client_isInitialised()
     QCOMPARE(panel.connection.Exports()[0].object, &panel.hmi);
     panel.hmi.Powerdown();
     QCOMPARE(panel.factory.Exchange().ProxyCount(), 0);
+}
+
+void tst_Fakes::serviceAppears_clientOfAnotherKind_getsProxyAndState()
+{
+    FakeServiceProviderProxyFactory factory;
+    KivTest::OpenedBaseClient client("com.example.service", factory);
+    client.Initialize();
+    QCOMPARE(factory.ServiceAppears(client), KivBaseClient::INIT_STATE_SUCCESS);
+    QCOMPARE(client.CurrentInitState(), KivBaseClient::INIT_STATE_SUCCESS);
+    QCOMPARE(client.m_InitializeCount, 1);
+    QVERIFY(client.m_ServiceProxy != nullptr);
+    client.Powerdown();
 }
 
 void tst_Fakes::serviceAppears_exportFails_fails()

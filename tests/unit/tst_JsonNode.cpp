@@ -141,6 +141,7 @@ void tst_JsonNode::badText_isComplainedAbout_data()
     row("blanks", "\n\n  ", "3: not JSON: The document is empty.");
     row("two values", "{}\n{}", "2: not JSON: The document root must not be followed by other values.");
     row("cut off", "{\"a\": [1,\n", "2: not JSON: Invalid value.");
+    row("more behind a NUL", QByteArray("{}\n\0 more", 9), "2: not JSON: a NUL byte");
     row("no quotes", "{\n\na: 1}", "3: not JSON: Missing a name for object member.");
     row("a number too big", "[\n1e999]", "2: not JSON: Number too big to be stored in double.");
     row("member twice", "{\"a\": 1,\n\"b\": {\"a\": 2},\n\"a\":\n3}", "4: member \"a\" is given twice");

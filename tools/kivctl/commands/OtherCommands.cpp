@@ -23,6 +23,9 @@ int RunStatusCommand(const Invocation& invocation)
 
 int RunTraceCommand(const Invocation& invocation)
 {
+    if (!invocation.arguments.isEmpty() && invocation.arguments.first().isEmpty()) {
+        throw Tools::UsageError(QStringLiteral("trace: expected the name of a capture file"));
+    }
     TraceOptions options;
     options.address = invocation.address;
     options.captureFile = invocation.arguments.value(0);

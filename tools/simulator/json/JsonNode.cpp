@@ -168,6 +168,9 @@ JsonNode JsonNode::Parse(const QByteArray& text)
                         QStringLiteral("not JSON: ") +
                             QString::fromLatin1(rapidjson::GetParseError_En(result.Code())));
     }
+    if (stream.Tell() < static_cast<std::size_t>(text.size())) { // RapidJSON takes a NUL for the end
+        throw JsonError(lines.LineAt(stream.Tell()), QStringLiteral("not JSON: a NUL byte"));
+    }
     return builder.TakeRoot();
 }
 
