@@ -8,6 +8,7 @@ import subprocess
 import time
 import unittest
 
+import dbus
 import jsonschema
 from kivctltest import KivctlTest, PROGRAM, SOURCE, kivinterop
 
@@ -161,6 +162,49 @@ class FullDiskTest(KivctlTest):
                                       stderr=subprocess.PIPE, timeout=kivinterop.PATIENCE, check=False)
                 self.assertEqual((done.returncode, done.stderr),
                                  (2, b"kivctl: cannot write to standard output\n"), arguments)
+
+
+class StuckReaderTest(KivctlTest):
+    """A reader of standard output that lives and does not read."""
+
+    def setUp(self):
+        super().setUp()
+        self.start_simulator()
+        self.reading_end, self.pipe = os.pipe()
+        self.addCleanup(os.close, self.reading_end)
+        self.addCleanup(os.close, self.pipe)
+        os.set_blocking(self.pipe, False)
+        with self.assertRaises(BlockingIOError):
+            while True:
+                os.write(self.pipe, bytes(4096))
+        os.set_blocking(self.pipe, True)
+
+    def start(self, *arguments):
+        return subprocess.Popen([PROGRAM, *arguments], env=self.environment, stdout=self.pipe, stderr=subprocess.PIPE)
+
+    def end(self, program):
+        errors = program.communicate(timeout=kivinterop.PATIENCE)[1]
+        return program.returncode, errors
+
+    def test_timeOver_endsAllTheSame(self):
+        for command in ("modes", "trace"):
+            program = self.start(command, "--timeout", "0.5")
+            self.assertEqual(self.end(program), (5, b"kivctl: nobody reads the standard output\n"), command)
+
+    def test_signal_endsAllTheSame(self):
+        for number, code in ((signal.SIGINT, 130), (signal.SIGTERM, 143)):
+            for command in ("modes", "monitor"):
+                program = self.start(command)
+                self.wait_for_session()
+                program.send_signal(number)
+                self.assertEqual(self.end(program)[0], code, command)
+
+    def wait_for_session(self):
+        """Returns when one more session was opened: what follows is an answer, and output."""
+        self.sessions = getattr(self, "sessions", 0) + 1
+        control = dbus.Interface(self.bus.get_object("com.kiv.AudioSimulator", "/com/kiv/AudioSimulator",
+                                                     introspect=False), "com.kiv.AudioSimulator.Control")
+        control.WaitForCalls("getModeList", self.sessions, 20000, signature="suu")
 
 
 class SilentServiceTest(KivctlTest):

@@ -125,6 +125,9 @@ void tst_JsonNode::depth_of100_isRead()
     QCOMPARE(ComplaintAbout("\n" + Nested(101)), QString("2: nested more than 100 deep"));
     // Far beyond what a stack would hold.
     QCOMPARE(ComplaintAbout(QByteArray(10000000, '[')), QString("1: nested more than 100 deep"));
+    QCOMPARE(ComplaintAbout("[" + QByteArray("1,").repeated(9999) + "1]"), QString());
+    QCOMPARE(ComplaintAbout("[" + QByteArray("1,").repeated(10000) + "\n1]"),
+             QString("2: expected at most 10000 in a list or an object"));
     QCOMPARE(ComplaintAbout("{\"a\":" + Nested(99) + "}"), QString());
     QCOMPARE(ComplaintAbout("{\"a\":\n" + Nested(100) + "}"), QString("2: nested more than 100 deep"));
 }

@@ -30,6 +30,18 @@ void TerminationSignal::Unblock()
     ::pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
+int TerminationSignal::Pending()
+{
+    sigset_t pending;
+    ::sigpending(&pending);
+    for (const int number : {SIGINT, SIGTERM}) {
+        if (sigismember(&pending, number) == 1) {
+            return number;
+        }
+    }
+    return 0;
+}
+
 TerminationSignal::TerminationSignal()
     : m_Reader(Signals())
 {

@@ -20,6 +20,9 @@ public:
     /** Undoes Block(). For a child process, between fork and exec; calls nothing else. */
     static void Unblock();
 
+    /** SIGINT or SIGTERM if it has arrived and was not told yet; else 0. */
+    static int Pending();
+
     TerminationSignal();
 
 Q_SIGNALS:

@@ -2,6 +2,7 @@
 #ifndef KIVCTL_OUTPUT_H
 #define KIVCTL_OUTPUT_H
 
+#include <QDeadlineTimer>
 #include <QJsonObject>
 #include <QString>
 
@@ -27,6 +28,12 @@ public:
 
     /** Prints one datum: @p record as a line of JSON, or else @p text with a line end. */
     void Print(const QJsonObject& record, const QString& text) const;
+
+    /** Until when Print() waits for a reader that is stuck; for ever unless this is called. Holds for all objects. */
+    static void SetDeadline(const QDeadlineTimer& deadline);
+
+    /** Whether Print() has dropped something, since its reader was stuck. */
+    static bool HasGivenUp();
 
     /** Prints "kivctl: <text>" on standard error. */
     static void Complain(const QString& text);

@@ -34,11 +34,19 @@ int Run(const QStringList& arguments)
 int CheckOutput(int exitCode)
 {
     std::fflush(stdout);
-    if (exitCode != ExitDone || std::ferror(stdout) == 0) {
+    if (exitCode != ExitDone) {
         return exitCode;
     }
-    Output::Complain(QStringLiteral("cannot write to standard output"));
-    return ExitUsage;
+    if (Output::HasGivenUp()) {
+        Output::Complain(QStringLiteral("nobody reads the standard output"));
+        const int signal = Tools::TerminationSignal::Pending();
+        return signal == 0 ? ExitTimeout : 128 + signal;
+    }
+    if (std::ferror(stdout) != 0) {
+        Output::Complain(QStringLiteral("cannot write to standard output"));
+        return ExitUsage;
+    }
+    return ExitDone;
 }
 
 } // namespace

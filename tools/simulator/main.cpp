@@ -11,6 +11,7 @@
 #include <QDBusConnection>
 #include <QDBusError>
 
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <optional>
@@ -27,6 +28,7 @@ int Fail(ExitCode code, const QString& text)
 
 int RunUntilEnd(const Options& options, const QDBusConnection& connection, EventLog& log)
 {
+    std::signal(SIGPIPE, SIG_IGN); // who reads the log may leave; the service stays
     const Tools::TerminationSignal termination;
     AudioService service(options.address, options.seed, log);
     ScenarioPlayer player(service, log);

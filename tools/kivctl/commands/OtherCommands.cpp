@@ -29,7 +29,10 @@ int RunTraceCommand(const Invocation& invocation)
     TraceOptions options;
     options.address = invocation.address;
     options.captureFile = invocation.arguments.value(0);
-    options.timeoutMs = invocation.limit.isExplicit ? invocation.limit.milliseconds : 0;
+    if (invocation.limit.isExplicit) {
+        options.timeoutMs = invocation.limit.milliseconds;
+        Output::SetDeadline(QDeadlineTimer(invocation.limit.milliseconds));
+    }
     return RunTrace(options, Output(invocation.format));
 }
 

@@ -52,6 +52,7 @@ int Runner::Run()
 void Runner::Start()
 {
     m_Deadline.start(m_Limit.milliseconds);
+    Output::SetDeadline(QDeadlineTimer(m_Limit.milliseconds));
     m_Thread.start();
     QMetaObject::invokeMethod(m_Task, &Task::Start, Qt::QueuedConnection);
 }
@@ -67,6 +68,7 @@ void Runner::BeginWait()
 {
     if (!m_Limit.isExplicit) {
         m_Deadline.stop();
+        Output::SetDeadline(QDeadlineTimer(QDeadlineTimer::Forever));
     }
 }
 
@@ -78,10 +80,12 @@ void Runner::TimeIsOver()
 
 void Runner::Interrupt(int signalNumber)
 {
+    const ExitCode code = signalNumber == SIGINT ? ExitInterrupted : ExitTerminated;
     if (m_IsFinishing) {
+        m_ExitCode = m_ExitCode == ExitDone ? code : m_ExitCode;
         Leave();
     }
-    StopTask(signalNumber == SIGINT ? ExitInterrupted : ExitTerminated);
+    StopTask(code);
 }
 
 void Runner::StopTask(ExitCode code)

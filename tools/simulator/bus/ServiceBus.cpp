@@ -10,7 +10,27 @@ namespace Simulator {
 
 namespace {
 
-constexpr int callTimeout = 5000; // ms
+constexpr int callTimeout = 5000;             // ms
+constexpr int longestText = 30 * 1024 * 1024; // bytes; for more than 32 MiB a bus ends the whole connection
+
+bool IsTooLong(const QString& text)
+{
+    return text.size() > longestText / 6 && text.toUtf8().size() > longestText;
+}
+
+QString TooLongText()
+{
+    return QStringLiteral("longer than a message can be");
+}
+
+Answer TooLongAnswer()
+{
+    Answer answer;
+    answer.kind = Answer::Kind::Error;
+    answer.errorName = QStringLiteral("org.freedesktop.DBus.Error.LimitsExceeded");
+    answer.text = TooLongText();
+    return answer;
+}
 
 QString ServiceName()
 {
@@ -93,6 +113,10 @@ void ServiceBus::SendReply(const QDBusMessage& call, const Request& request, con
     if (answer.kind == Answer::Kind::None) {
         return;
     }
+    if (IsTooLong(answer.text)) {
+        SendReply(call, request, TooLongAnswer());
+        return;
+    }
     const bool isError = answer.kind == Answer::Kind::Error;
     const QString text = isError ? answer.errorName + QLatin1String(": ") + answer.text : answer.text;
     m_Log.Add({isError ? LogRecord::Kind::Error : LogRecord::Kind::Answer, request.role, request.method, text,
@@ -127,6 +151,10 @@ void ServiceBus::SendWithoutReply(const Effect& effect)
 void ServiceBus::Broadcast(const Effect& effect)
 {
     LogEffect(effect);
+    if (IsTooLong(PayloadOf(effect))) {
+        m_Log.Add(RecordOf(LogRecord::Kind::Failed, effect, TooLongText()));
+        return;
+    }
     Q_EMIT m_Hmi.Notify(effect.name, PayloadOf(effect));
 }
 
@@ -143,6 +171,11 @@ void ServiceBus::LogEffect(const Effect& effect)
 void ServiceBus::CallBack(const Effect& effect, int milliseconds, const std::function<void()>& done)
 {
     LogEffect(effect);
+    if (IsTooLong(PayloadOf(effect))) {
+        m_Log.Add(RecordOf(LogRecord::Kind::Failed, effect, TooLongText()));
+        done();
+        return;
+    }
     const QDBusPendingCall call = m_Connection.asyncCall(MakeCall(effect), milliseconds);
     auto* const watcher = new QDBusPendingCallWatcher(call, this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, effect, watcher, done] {

@@ -15,6 +15,7 @@ namespace Simulator {
 namespace {
 
 constexpr int maximumDepth = 100;
+constexpr int maximumSize = 10000; // of a list or an object: some of what is done with them is quadratic
 
 /** Tells the line of places in a text that come one after the other. */
 class LineCounter
@@ -112,7 +113,14 @@ private:
     {
         if (m_Open.isEmpty()) {
             m_Root = std::move(node);
-        } else if (m_Open.last().type == JsonNode::Type::List) {
+            return true;
+        }
+        const JsonNode& owner = m_Open.last();
+        if (owner.elements.size() + owner.members.size() == maximumSize) {
+            throw JsonError(node.line,
+                            QStringLiteral("expected at most %1 in a list or an object").arg(maximumSize));
+        }
+        if (m_Open.last().type == JsonNode::Type::List) {
             m_Open.last().elements.append(std::move(node));
         } else {
             InsertMember(m_Open.last(), std::move(node));

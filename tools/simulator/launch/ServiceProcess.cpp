@@ -3,6 +3,8 @@
 
 #include <QCoreApplication>
 
+#include "PatientWriter.h"
+
 #include <cstdio>
 
 namespace Simulator {
@@ -11,7 +13,8 @@ namespace {
 
 void Forward(const QByteArray& text)
 {
-    std::fwrite(text.constData(), 1, static_cast<std::size_t>(text.size()), stderr);
+    static Tools::PatientWriter standardError(stderr);
+    standardError.Write(text);
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "EventLog.h"
 
+#include "ShortenedText.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -11,7 +13,18 @@ namespace Simulator {
 namespace {
 
 constexpr std::size_t keptRecords = 100000;
-constexpr int excerptSize = 8 * 1024 * 1024; // characters; a message of a bus holds 32 MiB
+constexpr int excerptSize = 8 * 1024 * 1024; // bytes; a message of a bus holds 32 MiB
+constexpr int shortenedPayload = 4000;       // characters, of a record that would fill an excerpt alone
+
+QByteArray LineOf(LogRecord record)
+{
+    const QByteArray line = ToJson(record);
+    if (line.size() <= excerptSize) {
+        return line;
+    }
+    record.payload = Tools::ShortenedText(record.payload, shortenedPayload);
+    return ToJson(record);
+}
 
 } // namespace
 
@@ -58,8 +71,8 @@ QString EventLog::WriteToFile(const QByteArray& line)
 
 QString EventLog::WriteToOutput(const QByteArray& line)
 {
-    const bool isWritten = std::printf("%s\n", line.constData()) >= 0 && std::fflush(stdout) == 0;
-    return isWritten ? QString() : QString::fromLocal8Bit(std::strerror(errno));
+    m_Output.Write(line + '\n');
+    return std::ferror(stdout) == 0 ? QString() : QString::fromLocal8Bit(std::strerror(errno));
 }
 
 void EventLog::Clear()
@@ -73,8 +86,9 @@ EventLog::Excerpt EventLog::Read(quint32 from) const
     Excerpt excerpt{{}, std::max(from, m_FirstNumber)};
     const auto end = m_FirstNumber + static_cast<quint32>(m_Records.size());
     for (int size = 0; excerpt.next < end && size < excerptSize; ++excerpt.next) {
-        excerpt.lines.append(QString::fromUtf8(ToJson(m_Records[excerpt.next - m_FirstNumber])));
-        size += excerpt.lines.last().size();
+        const QByteArray line = LineOf(m_Records[excerpt.next - m_FirstNumber]);
+        excerpt.lines.append(QString::fromUtf8(line));
+        size += line.size();
     }
     return excerpt;
 }

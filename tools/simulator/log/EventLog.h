@@ -3,6 +3,7 @@
 #define SIMULATOR_LOG_EVENTLOG_H
 
 #include "LogRecord.h"
+#include "PatientWriter.h"
 
 #include <QByteArray>
 #include <QElapsedTimer>
@@ -53,9 +54,10 @@ public:
 private:
     void Write(const QByteArray& line);
     QString WriteToFile(const QByteArray& line);
-    static QString WriteToOutput(const QByteArray& line);
+    QString WriteToOutput(const QByteArray& line);
 
     const LogFormat m_Format;
+    Tools::PatientWriter m_Output{stdout};
     QFile m_File;
     bool m_HasComplained = false;
     QElapsedTimer m_Clock;

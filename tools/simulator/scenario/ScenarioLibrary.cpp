@@ -8,6 +8,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 namespace Simulator {
 
@@ -37,17 +38,27 @@ QString PathOf(const QString& name)
     return folder.filePath(name + suffix);
 }
 
+// With --exec it is read twice, by two processes: a pipe will not do, nor anything without an end.
+QByteArray ReadFile(const QString& path)
+{
+    QFile file(path);
+    if (QFileInfo::exists(path) && !QFileInfo(path).isFile()) {
+        throw Tools::UsageError(QStringLiteral("%1: expected a regular file").arg(path));
+    }
+    if (!file.open(QIODevice::ReadOnly)) {
+        throw Tools::UsageError(QStringLiteral("%1: %2").arg(path, file.errorString()));
+    }
+    return file.readAll();
+}
+
 } // namespace
 
 Scenario LoadScenarioNamed(const QString& name)
 {
     const QString path = PathOf(name);
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        throw Tools::UsageError(QStringLiteral("%1: %2").arg(path, file.errorString()));
-    }
+    const QByteArray text = ReadFile(path);
     try {
-        return ReadScenario(file.readAll());
+        return ReadScenario(text);
     } catch (const JsonError& error) {
         throw Tools::UsageError(
             QStringLiteral("%1:%2: %3").arg(path, QString::number(error.Line()), error.Text()));
