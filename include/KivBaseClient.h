@@ -39,7 +39,9 @@ class IServiceProviderProxyFactory;
  * logging category: debug for the normal flow, warning for misuse, critical for failures. An …Async operation
  * returns 0 when it could not send its request, and then no completion signal follows; a request that was sent
  * completes exactly once while its client lives (stored mode requests can share an identifier, see
- * AudioManagerHmi).
+ * AudioManagerHmi). A system bus that nobody has configured lets 128 requests of one connection wait for their
+ * answers and refuses each further one at once: its …Async operation completes once, with false, and nothing else
+ * suffers.
  *
  * **Ownership.** The client owns its proxy; it keeps a reference to the factory, which must outlive it.
  *

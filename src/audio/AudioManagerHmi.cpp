@@ -10,14 +10,13 @@
 #include "protocol/Vocabulary.h"
 
 #include <QPointer>
-
-#include <algorithm>
+#include <QVarLengthArray>
 
 namespace Audio::Utils::Kiv::QtDbus {
 
 namespace {
 
-// The service names the member as it likes: every list of the reply counts, in the order of the keys.
+// The service names the member as it likes: every list and text of the reply counts, in the order of the keys.
 QStringList AllStringsOf(const QMap<QString, QVariant>& reply)
 {
     QStringList strings;
@@ -366,17 +365,20 @@ void AudioManagerHmi::HandleNotify(const QString& aSignalName, const QString& aP
     }
     QMap<QString, QVariant> parameters;
     GetParameters(aPayload, parameters);
-    const QStringList keys{Key::StreamName, Key::StreamModeName, Key::FocusType,
-                           Key::StreamType, Key::Destination,    Key::NewFocus};
-    const auto isPresent = [&parameters](const QString& key) { return parameters.contains(key); };
-    if (!std::all_of(keys.begin(), keys.end(), isPresent)) {
-        qCDebug(Log) << "AudioManagerHmi::HandleNotify -- Focus change is not for a media source, ignore it:"
-                     << aPayload;
-        return;
+    const QString* const keys[] = {&Key::StreamName, &Key::StreamModeName, &Key::FocusType,
+                                   &Key::StreamType, &Key::Destination,    &Key::NewFocus};
+    QVarLengthArray<QString, 6> texts; // in the order of the signal's parameters
+    for (const QString* const key : keys) {
+        const auto entry = parameters.constFind(*key);
+        if (entry == parameters.constEnd()) {
+            qCDebug(Log)
+                << "AudioManagerHmi::HandleNotify -- Focus change is not for a media source, ignore it:"
+                << aPayload;
+            return;
+        }
+        texts.append(entry->toString());
     }
-    const auto text = [&parameters](const QString& key) { return parameters.value(key).toString(); };
-    Q_EMIT SignalAudioFocusChange(text(Key::StreamName), text(Key::StreamModeName), text(Key::FocusType),
-                                  text(Key::StreamType), text(Key::Destination), text(Key::NewFocus));
+    Q_EMIT SignalAudioFocusChange(texts[0], texts[1], texts[2], texts[3], texts[4], texts[5]);
 }
 
 } // namespace Audio::Utils::Kiv::QtDbus

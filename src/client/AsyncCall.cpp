@@ -7,15 +7,23 @@
 
 namespace Audio::Utils::Kiv::QtDbus {
 
+namespace {
+
+QByteArray NameOf(const AsyncOperation& operation)
+{
+    return QByteArray(operation.className) + "::" + operation.methodName;
+}
+
+} // namespace
+
 quint32 ForwardToClientThread(QObject& client, const AsyncOperation& operation, QGenericArgument argument)
 {
-    const QByteArray name = QByteArray(operation.className) + "::" + operation.methodName;
-    qCDebug(Log) << (name + " -- Forwarding invokation on thread").constData() << QThread::currentThread()
-                 << "to thread" << client.thread();
+    qCDebug(Log) << (NameOf(operation) + " -- Forwarding invokation on thread").constData()
+                 << QThread::currentThread() << "to thread" << client.thread();
     quint32 requestId = 0;
     if (!QMetaObject::invokeMethod(&client, operation.methodName, Qt::BlockingQueuedConnection,
                                    Q_RETURN_ARG(quint32, requestId), argument)) {
-        qCCritical(Log) << (name + " -- Unable to invoke self").constData();
+        qCCritical(Log) << (NameOf(operation) + " -- Unable to invoke self").constData();
     }
     return requestId;
 }

@@ -13,8 +13,8 @@
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QThread>
-#include <QTime>
 
+#include <ctime>
 #include <utility>
 
 namespace Audio::Utils::Kiv::QtDbus {
@@ -30,13 +30,17 @@ char Digit(int number, int unit)
     return static_cast<char>('0' + number / unit % 10);
 }
 
-// The wall-clock time as "mm:ss.zzz". QTime::toString() would cost more than the rest of the record.
+// The wall-clock time as "mm:ss.zzz". QTime would cost more than the rest of the record.
 QString TimeStamp()
 {
-    const QTime now = QTime::currentTime();
-    const char text[] = {Digit(now.minute(), 10), Digit(now.minute(), 1), ':',
-                         Digit(now.second(), 10), Digit(now.second(), 1), '.',
-                         Digit(now.msec(), 100),  Digit(now.msec(), 10),  Digit(now.msec(), 1)};
+    timespec now{};
+    tm local{};
+    ::clock_gettime(CLOCK_REALTIME, &now);
+    ::localtime_r(&now.tv_sec, &local);
+    const int milliseconds = static_cast<int>(now.tv_nsec / 1000000);
+    const char text[] = {Digit(local.tm_min, 10),  Digit(local.tm_min, 1),  ':',
+                         Digit(local.tm_sec, 10),  Digit(local.tm_sec, 1),  '.',
+                         Digit(milliseconds, 100), Digit(milliseconds, 10), Digit(milliseconds, 1)};
     return QString::fromLatin1(text, sizeof(text));
 }
 

@@ -105,12 +105,12 @@ void JsonObjectSize::AddList(const QString& key, const QStringList& texts)
 void JsonObjectSize::SkipUnsupported(const QVariant&) {}
 
 JsonObjectBuilder::JsonObjectBuilder(const JsonObjectSize& size)
-    : m_Block(static_cast<char*>(cJSON_malloc(BlockSize(size)))),
-      m_End(m_Block.get() + BlockSize(size))
+    : m_Block(static_cast<char*>(cJSON_malloc(BlockSize(size))))
 {
     if (m_Block) {
         m_NextItem = reinterpret_cast<cJSON*>(m_Block.get());
         m_NextText = m_Block.get() + size.Items() * sizeof(cJSON);
+        m_End = m_Block.get() + BlockSize(size);
         m_Root = MakeItem(cJSON_Object);
     }
 }

@@ -74,7 +74,7 @@ private:
     CJsonText m_Block; ///< items, then texts, then room for printing
     cJSON* m_NextItem = nullptr;
     char* m_NextText = nullptr;
-    char* const m_End; ///< of the block
+    char* m_End = nullptr; ///< of the block
     cJSON* m_Root = nullptr;
 };
 

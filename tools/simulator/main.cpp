@@ -13,6 +13,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <optional>
 
@@ -45,7 +46,10 @@ int RunUntilEnd(const Options& options, const QDBusConnection& connection, Event
     }
     std::puts("ready");
     std::fflush(stdout);
-    return QCoreApplication::exec();
+    const int code = QCoreApplication::exec();
+    // Without Qt's orderly end, in which its D-Bus thread was seen to get stuck; the bus notices all the same.
+    std::fflush(nullptr);
+    std::_Exit(code);
 }
 
 int Serve(const Options& options)

@@ -90,6 +90,7 @@ void Runner::Interrupt(int signalNumber)
 
 void Runner::StopTask(ExitCode code)
 {
+    Output::SetDeadline(QDeadlineTimer(kGraceMilliseconds)); // what is printed still must not wait for longer
     Finish(code);
     QMetaObject::invokeMethod(m_Task, &Task::Stop, Qt::QueuedConnection);
 }
