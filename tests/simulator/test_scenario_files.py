@@ -117,6 +117,12 @@ class ScenarioFiles(unittest.TestCase):
                                             f'number from 0 to {most}\n')
             self.assertEqual((result.returncode, result.stdout), (EXIT_USAGE, ""))
 
+    def test_what_is_no_regular_file_is_refused(self):
+        for path in ("/dev/zero", "/dev/stdin", "/proc/self/"):
+            done = run_without_bus("--scenario", path)
+            self.assertEqual((done.returncode, done.stderr),
+                             (EXIT_USAGE, f"kiv-audio-simulator: {path}: expected a regular file\n"))
+
 
 if __name__ == "__main__":
     unittest.main()
