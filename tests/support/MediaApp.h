@@ -38,6 +38,8 @@ class FragileApp : public OpenedApp
 public:
     using OpenedApp::OpenedApp;
 
+    static void* operator new(std::size_t size) { return ::operator new(size); }
+
     static void operator delete(void* memory, std::size_t size)
     {
         auto* bytes = static_cast<volatile unsigned char*>(memory);
