@@ -16,6 +16,10 @@ namespace Audio::Utils::Kiv::QtDbus {
  *
  * **Thread.** Use it on the thread on which it was made; Notify() is emitted there.
  *
+ * **Limit.** Both texts of a request may take 32 MiB less 64 KiB together, as UTF-8. A longer request is not sent: it
+ * fails at once with QDBusError::LimitsExceeded and a critical record. A bus would end the whole connection of its
+ * sender, for good: 32 MiB is the longest message of a system bus that nobody has configured.
+ *
  * **Ownership.** The proxy itself has no Qt parent: whoever made it deletes it. The D-Bus interface object
  * inside it, however, is a Qt child of @p parent of the constructor. Delete the proxy *before* that parent: a
  * parent that is destroyed first would delete the inner object a second time. A client does so in its

@@ -6,8 +6,38 @@
 
 #include <QDBusConnection>
 #include <QDBusError>
+#include <QDBusPendingCall>
 
 namespace Audio::Utils::Kiv::QtDbus {
+
+namespace {
+
+// A bus ends the connection of whoever sends a message longer than it allows: 32 MiB on a system bus that nobody has
+// configured. What a message holds beside the two texts takes far less than 64 KiB.
+constexpr qint64 kTextLimit = qint64(32 * 1024 - 64) * 1024;
+
+// Exact where it may matter; for shorter texts, which are all but never converted, a bound.
+qint64 Utf8Size(const QString& methodName, const QString& arguments)
+{
+    constexpr qint64 bytesPerUnit = 3;
+    const qint64 bound = (qint64(methodName.size()) + arguments.size()) * bytesPerUnit;
+    return bound <= kTextLimit ? bound : qint64(methodName.toUtf8().size()) + arguments.toUtf8().size();
+}
+
+// Why a request is not sent; an invalid error when it is.
+QDBusError Refusal(const QString& methodName, const QString& arguments)
+{
+    const qint64 size = Utf8Size(methodName, arguments);
+    if (size <= kTextLimit) {
+        return QDBusError();
+    }
+    return QDBusError(QDBusError::LimitsExceeded,
+                      QStringLiteral("The request takes %1 bytes, more than the %2 that fit into a message")
+                          .arg(size)
+                          .arg(kTextLimit));
+}
+
+} // namespace
 
 ConcreteServiceProviderProxy::ConcreteServiceProviderProxy(const QString& serviceName,
                                                            const QString& objectPath, QObject* parent)
@@ -24,12 +54,19 @@ QDBusPendingReply<QString> ConcreteServiceProviderProxy::AsyncRequest(const QStr
 {
     qCDebug(Log) << "ConcreteServiceProvider::AsyncRequest -- Calling method" << methodName
                  << "with parameters" << arguments;
+    const QDBusError refusal = Refusal(methodName, arguments);
+    if (refusal.isValid()) {
+        qCCritical(Log) << "ConcreteServiceProvider::AsyncRequest -- D-Bus error:" << refusal.message();
+        return QDBusPendingCall::fromError(refusal);
+    }
     return m_Interface.Request(methodName, arguments);
 }
 
 QString ConcreteServiceProviderProxy::Request(const QString& methodName, const QString& arguments)
 {
-    QDBusPendingReply<QString> reply = m_Interface.Request(methodName, arguments);
+    const QDBusError refusal = Refusal(methodName, arguments);
+    QDBusPendingReply<QString> reply =
+        refusal.isValid() ? QDBusPendingCall::fromError(refusal) : m_Interface.Request(methodName, arguments);
     reply.waitForFinished();
     if (reply.isError()) {
         qCCritical(Log) << "ConcreteServiceProviderProxy::Request -- D-Bus error:" << reply.error().message();

@@ -64,6 +64,16 @@ QString MessageOfFailingCall(const QString& methodName)
     return reply.error().message();
 }
 
+// Bytes of both texts of a request.
+constexpr int kTextLimit = 32 * 1024 * 1024 - 64 * 1024;
+
+QString Refusal(int size)
+{
+    return QString("The request takes %1 bytes, more than the %2 that fit into a message")
+        .arg(size)
+        .arg(kTextLimit);
+}
+
 // A proxy with its embedded object in the open.
 class OpenedProxy : public ConcreteServiceProviderProxy
 {
@@ -91,6 +101,12 @@ private Q_SLOTS:
     void request_dbusError_isTheFailureText();
     void request_wrongSignature_isTheFailureText();
     void request_serviceComesBack_isAnswered();
+
+    void longestRequest_isAnswered_data();
+    void longestRequest_isAnswered();
+    void tooLongRequest_isRefusedAndHarmsNothing_data();
+    void tooLongRequest_isRefusedAndHarmsNothing();
+    void tooLongOperation_returnsZero();
 
     void asyncRequest_returnsBeforeTheReply();
     void asyncRequest_lateError_showsInTheReply();
@@ -223,6 +239,94 @@ void tst_ServiceProviderProxy::request_serviceComesBack_isAnswered()
     service.Appear();
     QCOMPARE(proxy.Request("method", ""), "{}");
     QCOMPARE(service.Calls().size(), 2);
+}
+
+void tst_ServiceProviderProxy::longestRequest_isAnswered_data()
+{
+    QTest::addColumn<QString>("methodName");
+    QTest::addColumn<QString>("arguments");
+    QTest::newRow("ASCII") << "method" << QString(kTextLimit - 6, 'x');
+    QTest::newRow("two bytes a character") << "method" << QString((kTextLimit - 6) / 2, QChar(0xf6));
+    QTest::newRow("three bytes a character") << "name" << QString((kTextLimit - 4) / 3, QChar(0x97f3));
+    QTest::newRow("a long name") << QString(kTextLimit - 2, 'm') << "{}";
+}
+
+void tst_ServiceProviderProxy::longestRequest_isAnswered()
+{
+    QFETCH(const QString, methodName);
+    QFETCH(const QString, arguments);
+    FakeService service;
+    service.Appear();
+    ConcreteServiceProviderProxy proxy(kServiceName, kHmiPath);
+    const LogCapture log;
+
+    QCOMPARE(proxy.Request(methodName, arguments), "{}");
+    QDBusPendingReply<QString> reply = proxy.AsyncRequest(methodName, arguments);
+    reply.waitForFinished();
+    QVERIFY(!reply.isError());
+    QCOMPARE(log.Records(), (Records{Result(methodName, "{}"), Calling(methodName, arguments)}));
+}
+
+void tst_ServiceProviderProxy::tooLongRequest_isRefusedAndHarmsNothing_data()
+{
+    QTest::addColumn<QString>("methodName");
+    QTest::addColumn<QString>("arguments");
+    QTest::addColumn<int>("size");
+    QTest::newRow("ASCII") << "method" << QString(kTextLimit - 5, 'x') << kTextLimit + 1;
+    QTest::newRow("two bytes a character")
+        << "method" << QString((kTextLimit - 4) / 2, QChar(0xf6)) << kTextLimit + 2;
+    QTest::newRow("three bytes a character")
+        << "method" << QString((kTextLimit - 4) / 3, QChar(0x97f3)) << kTextLimit + 2;
+    QTest::newRow("a long name") << QString(kTextLimit - 1, 'm') << "{}" << kTextLimit + 1;
+    QTest::newRow("longer than any message")
+        << "method" << QString(4 * kTextLimit, 'x') << 4 * kTextLimit + 6;
+}
+
+void tst_ServiceProviderProxy::tooLongRequest_isRefusedAndHarmsNothing()
+{
+    QFETCH(const QString, methodName);
+    QFETCH(const QString, arguments);
+    QFETCH(const int, size);
+    FakeService service;
+    service.Appear();
+    ConcreteServiceProviderProxy proxy(kServiceName, kHmiPath);
+    const LogCapture log;
+    const QString message = Refusal(size);
+
+    QCOMPARE(proxy.Request(methodName, arguments), kFailure);
+    const QDBusPendingReply<QString> reply = proxy.AsyncRequest(methodName, arguments);
+    QVERIFY(reply.isFinished());
+    QCOMPARE(reply.error().type(), QDBusError::LimitsExceeded);
+    QCOMPARE(reply.error().message(), message);
+
+    QCOMPARE(log.Records(),
+             (Records{BusError(message), Calling(methodName, arguments),
+                      Critical("ConcreteServiceProvider::AsyncRequest -- D-Bus error: " + Quoted(message))}));
+    QVERIFY(QDBusConnection::systemBus().isConnected());
+    QCOMPARE(proxy.Request("method", "{}"), "{}");
+    QCOMPARE(service.Calls().size(), 1);
+}
+
+void tst_ServiceProviderProxy::tooLongOperation_returnsZero()
+{
+    FakeService service;
+    service.Appear();
+    service.Answer("openSession", R"({"sessionId":7})");
+    FakeSurroundings fakes;
+    ServiceProviderProxyHmiFactory factory;
+    OpenedHmi hmi(fakes.registrator, kClientPath, fakes.connection, QString(), factory, false);
+    QCOMPARE(hmi.Initialize(), KivBaseClient::INIT_STATE_SUCCESS);
+    const QString tooLong(kTextLimit, 'x');
+    hmi.m_ModeList = QStringList(tooLong);
+    QSignalSpy completed(&hmi, &AudioManagerHmi::SignalSetModeCompleted);
+
+    QCOMPARE(hmi.SetModeAsync(tooLong), 0U);
+    QVERIFY(!hmi.SetMode(tooLong));
+    QVERIFY(HandleArrivedEvents(QDBusConnection::systemBus()));
+
+    QCOMPARE(completed.size(), 0);
+    QCOMPARE(service.Calls().size(), 1);
+    hmi.Powerdown();
 }
 
 void tst_ServiceProviderProxy::asyncRequest_returnsBeforeTheReply()
