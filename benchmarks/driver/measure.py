@@ -10,7 +10,7 @@ from pathlib import Path
 
 from surroundings import CLIENT_CORE, ProgramFailed, bus_with_service, run, run_json, this_process_on
 
-LIBRARY, RAW = "library", "raw Qt"
+LIBRARY, RAW, RAW_LOG = "library", "raw Qt", "raw Qt with a log line"
 PAYLOADS = ("small", "medium", "list")
 FLIGHTS = (1, 10, 100, 1000, 10000)
 SAMPLES = ("2 entries", "6 strings", "list of 50")
@@ -80,7 +80,7 @@ class Measurements:
 
     # F: load and start.
     def load(self):
-        names = {LIBRARY: "kiv-qtdbus-lib", "empty": "kiv-benchmark-empty"}
+        names = {LIBRARY: "kiv-qtdbus-lib", "constants": "kiv-benchmark-constants", "empty": "kiv-benchmark-empty"}
         runs = {name: [] for name in names}
         for _ in range(5 if self.brief else 60):
             for name, measured in names.items():
@@ -97,7 +97,8 @@ class Measurements:
         return sum(int(count) for count in re.findall(r"contains (\d+) entr", text))
 
     def start(self):
-        programs = {LIBRARY: "kiv-benchmark-start-library", RAW: "kiv-benchmark-start-raw"}
+        programs = {LIBRARY: "kiv-benchmark-start-library", RAW: "kiv-benchmark-start-raw",
+                    RAW_LOG: "kiv-benchmark-start-raw-log"}
         results = {name: {"wall": [], "cpu": [], "resident": [], "anonymous": []} for name in programs}
         with bus_with_service(self.programs), this_process_on(CLIENT_CORE):
             for turn in range(-2, 4 if self.brief else 60):

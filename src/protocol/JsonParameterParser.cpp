@@ -73,7 +73,7 @@ QStringList StringsOf(const cJSON* array)
     QStringList texts;
     texts.reserve(cJSON_GetArraySize(array));
     for (const cJSON* element = array->child; element != nullptr; element = element->next) {
-        texts.append(QString::fromUtf8(element->valuestring)); // null pointer, hence empty, unless a string
+        texts.append(FromUtf8(element->valuestring)); // null pointer, hence empty, unless a string
     }
     return texts;
 }
@@ -90,7 +90,7 @@ QVariant ValueOf(const cJSON* item)
     case cJSON_Array:
         return StringsOf(item);
     default: // a string has a text; null and objects have none and give a null QString
-        return QString::fromUtf8(item->valuestring);
+        return FromUtf8(item->valuestring);
     }
 }
 
@@ -116,8 +116,8 @@ void GetParameters(const QString& aJson, QMap<QString, QVariant>& aParameters)
         return;
     }
     for (const cJSON* item = root->child; item != nullptr; item = item->next) {
-        // Members mostly come in the order of their keys.
-        aParameters.insert(aParameters.constEnd(), QString::fromUtf8(item->string), ValueOf(item));
+        // Members mostly come in the order of their keys; a value is moved to its place, where insert() would copy it.
+        *aParameters.insert(aParameters.constEnd(), FromUtf8(item->string), QVariant()) = ValueOf(item);
     }
 }
 

@@ -38,6 +38,21 @@ inline char* CopyAsUtf8(const QString& text, char* target)
     return end;
 }
 
+/** As QString::fromUtf8(), which takes longer for the short ASCII texts that most are. */
+inline QString FromUtf8(const char* text)
+{
+    if (text == nullptr) {
+        return QString();
+    }
+    const char* end = text;
+    unsigned char allBits = 0;
+    for (; *end != '\0'; ++end) {
+        allBits |= static_cast<unsigned char>(*end);
+    }
+    const int size = static_cast<int>(end - text);
+    return allBits < 0x80 ? QString::fromLatin1(text, size) : QString::fromUtf8(text, size);
+}
+
 } // namespace Audio::Utils::Kiv::QtDbus
 
 #endif // KIV_PROTOCOL_UTF8_H

@@ -1,0 +1,2 @@
+// SPDX-License-Identifier: MIT
+#include "protocol/Vocabulary.h" // its constants belong to each file that includes it
