@@ -24,17 +24,12 @@ qint64 Utf8Size(const QString& methodName, const QString& arguments)
     return bound <= kTextLimit ? bound : qint64(methodName.toUtf8().size()) + arguments.toUtf8().size();
 }
 
-// Why a request is not sent; an invalid error when it is.
-QDBusError Refusal(const QString& methodName, const QString& arguments)
+QDBusPendingCall RefusedRequest(qint64 size)
 {
-    const qint64 size = Utf8Size(methodName, arguments);
-    if (size <= kTextLimit) {
-        return QDBusError();
-    }
-    return QDBusError(QDBusError::LimitsExceeded,
-                      QStringLiteral("The request takes %1 bytes, more than the %2 that fit into a message")
-                          .arg(size)
-                          .arg(kTextLimit));
+    const QString text =
+        QStringLiteral("The request takes %1 bytes, more than the %2 that fit into a message");
+    return QDBusPendingCall::fromError(
+        QDBusError(QDBusError::LimitsExceeded, text.arg(size).arg(kTextLimit)));
 }
 
 } // namespace
@@ -54,19 +49,21 @@ QDBusPendingReply<QString> ConcreteServiceProviderProxy::AsyncRequest(const QStr
 {
     qCDebug(Log) << "ConcreteServiceProvider::AsyncRequest -- Calling method" << methodName
                  << "with parameters" << arguments;
-    const QDBusError refusal = Refusal(methodName, arguments);
-    if (refusal.isValid()) {
-        qCCritical(Log) << "ConcreteServiceProvider::AsyncRequest -- D-Bus error:" << refusal.message();
-        return QDBusPendingCall::fromError(refusal);
+    const qint64 size = Utf8Size(methodName, arguments);
+    if (size > kTextLimit) {
+        const QDBusPendingReply<QString> refused = RefusedRequest(size);
+        qCCritical(Log) << "ConcreteServiceProvider::AsyncRequest -- D-Bus error:"
+                        << refused.error().message();
+        return refused;
     }
     return m_Interface.Request(methodName, arguments);
 }
 
 QString ConcreteServiceProviderProxy::Request(const QString& methodName, const QString& arguments)
 {
-    const QDBusError refusal = Refusal(methodName, arguments);
+    const qint64 size = Utf8Size(methodName, arguments);
     QDBusPendingReply<QString> reply =
-        refusal.isValid() ? QDBusPendingCall::fromError(refusal) : m_Interface.Request(methodName, arguments);
+        size > kTextLimit ? RefusedRequest(size) : m_Interface.Request(methodName, arguments);
     reply.waitForFinished();
     if (reply.isError()) {
         qCCritical(Log) << "ConcreteServiceProviderProxy::Request -- D-Bus error:" << reply.error().message();
