@@ -14,7 +14,8 @@ namespace {
 char text[512];
 volatile sig_atomic_t length = 0;
 
-// Only what is safe in a signal handler. The signal is back at its default action already, which ends the program.
+// Only what is safe in a signal handler. The signal is back at its default action already, which ends the
+// program.
 void PrintNote(int signal)
 {
     const ssize_t written = ::write(STDERR_FILENO, text, static_cast<size_t>(length));

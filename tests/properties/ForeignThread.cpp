@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ForeignThread.h"
 
-#include "ScriptedService.h"
+#include "Wire.h"
 
 #include <QObject>
 #include <QThread>

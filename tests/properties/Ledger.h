@@ -21,7 +21,7 @@ namespace KivTest {
 class Ledger
 {
 public:
-    /** An …Async operation has returned. @param isSent whether it gave its proxy a request that was sent. */
+    /** An …Async operation has returned. @param isSent whether a request was sent meanwhile. */
     void Returned(Operation operation, quint32 id, bool isSent);
 
     /** A mode request is stored under this identifier. */
@@ -30,7 +30,7 @@ public:
     /** A completion signal. */
     void Completed(Operation operation, quint32 id);
 
-    /** Checks that nothing is missing. To be called when every answer has come, and the client still lives. */
+    /** Checks that nothing is missing. For a client that lives, when every answer has come. */
     void Close();
 
     /** What was wrong so far, a line each. */

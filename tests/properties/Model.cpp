@@ -84,7 +84,7 @@ void Model::DoWithClient(const Step& step)
     case Action::RemoveMode:
         return RemoveMode(step.client, mode);
     case Action::ChangeMode:
-        if (IsHmi(step.client)) {
+        if (IsHearing(step.client)) {
             m_Trace.Event(step.client, QStringLiteral("SignalModeChanged \"%1\"").arg(mode));
         }
         return;
@@ -144,10 +144,11 @@ void Model::Create(int client)
     if (one.exists) {
         return;
     }
-    const int life = one.life + 1;
-    one = Client();
-    one.exists = true;
-    one.life = life;
+    Client next;
+    next.exists = true;
+    next.life = one.life + 1;
+    next.sessionCount = one.sessionCount;
+    one = next;
     one.initState = Waiting;
     if (m_IsPresent) {
         Initialise(client);
@@ -182,7 +183,7 @@ void Model::Initialise(int client)
     Client& one = At(client);
     one.hasProxy = true;
     one.initState = OpenSession(client) && HandleInitialise(client) ? Success : Failed;
-    m_Trace.Event(client, QStringLiteral("SignalInitCompleted %1").arg(one.initState));
+    m_Trace.Event(client, QStringLiteral("initialised, state %1").arg(one.initState));
 }
 
 bool Model::HandleInitialise(int client)
@@ -263,7 +264,7 @@ quint32 Model::Send(int client, Operation operation, const QString& arguments, q
     }
     const Request request{client, one.life, operation, id != 0 ? id : ++one.lastId};
     if (m_IsPresent && std::exchange(m_AnswersAtOnce, false)) {
-        m_Prompt = {request, MakeAnswer(operation, Outcome::Accept, 1)};
+        m_Prompt = {request, MakeAnswer(client, operation, Outcome::Accept, 1)};
     } else {
         m_Waiting.append(request);
     }
@@ -357,21 +358,21 @@ std::optional<Model::Answer> Model::Exchange(int client, Operation operation, co
     if (!m_IsPresent || !m_IsConnected || !IsAccepted(m_BlockingOutcome)) {
         return std::nullopt;
     }
-    return MakeAnswer(operation, m_BlockingOutcome, m_BlockingModes);
+    return MakeAnswer(client, operation, m_BlockingOutcome, m_BlockingModes);
 }
 
 // Answers
 
-Model::Answer Model::MakeAnswer(Operation operation, Outcome outcome, int modeCount)
+Model::Answer Model::MakeAnswer(int client, Operation operation, Outcome outcome, int modeCount)
 {
     const bool opens = operation == Operation::OpenSession && outcome == Outcome::Accept;
-    return {outcome, modeCount, opens ? ++m_SessionCount : 0};
+    return {outcome, modeCount, opens ? SessionOf(client, ++At(client).sessionCount) : 0};
 }
 
 void Model::AnswerOne(int place, Outcome outcome, int modeCount)
 {
     const Request request = m_Waiting.takeAt(place % m_Waiting.size());
-    Receive(request, MakeAnswer(request.operation, outcome, modeCount));
+    Receive(request, MakeAnswer(request.client, request.operation, outcome, modeCount));
 }
 
 void Model::Receive(const Request& request, const Answer& answer)
@@ -422,10 +423,16 @@ void Model::Complete(int client, Operation operation, quint32 id, bool result)
 
 // Events
 
+// The events are about HMIs, and a client is on the bus when it has initialised.
+bool Model::IsHearing(int client) const
+{
+    return IsHmi(client) && At(client).initState != Waiting;
+}
+
 void Model::AddMode(int client, const QString& mode)
 {
     Client& one = At(client);
-    if (!IsHmi(client)) {
+    if (!IsHearing(client)) {
         return;
     }
     one.modes.append(mode);
@@ -437,7 +444,7 @@ void Model::AddMode(int client, const QString& mode)
 
 void Model::RemoveMode(int client, const QString& mode)
 {
-    if (!IsHmi(client)) {
+    if (!IsHearing(client)) {
         return;
     }
     At(client).modes.removeOne(mode);

@@ -15,8 +15,8 @@
 namespace KivTest {
 
 /**
- * What the clients have to do: the rules of sessions, identifiers, completions and stored mode requests, written
- * down a second time, without a line of the library.
+ * What the clients have to do: the rules of sessions, identifiers, completions and stored mode requests,
+ * written down a second time, without a line of the library.
  *
  * It also knows the service of the schedules: who waits for an answer, and what the answers say.
  */
@@ -59,6 +59,7 @@ private:
         QStringList modes;
         quint32 storedId = 0;
         QString storedMode;
+        quint32 sessionCount = 0; // of all lives
         std::optional<Step> reaction;
     };
 
@@ -106,13 +107,14 @@ private:
     void Receive(const Request& request, const Answer& answer);
     bool Interpret(const Request& request, const Answer& answer);
     void Complete(int client, Operation operation, quint32 id, bool result);
-    Answer MakeAnswer(Operation operation, Outcome outcome, int modeCount);
+    Answer MakeAnswer(int client, Operation operation, Outcome outcome, int modeCount);
 
     void AddMode(int client, const QString& mode);
     void RemoveMode(int client, const QString& mode);
 
     Client& At(int client) { return m_Clients[static_cast<size_t>(client)]; }
     const Client& At(int client) const { return m_Clients[static_cast<size_t>(client)]; }
+    bool IsHearing(int client) const;
     static bool IsHmi(int client) { return Clients()[static_cast<size_t>(client)].isHmi; }
     QString ArgumentsOf(const Step& step) const;
     QString OpenArguments(int client) const;
@@ -129,7 +131,6 @@ private:
     bool m_AnswersAtOnce = false;
     Outcome m_BlockingOutcome = Outcome::Accept;
     int m_BlockingModes = 1;
-    quint32 m_SessionCount = 0;
 };
 
 } // namespace KivTest

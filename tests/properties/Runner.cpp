@@ -40,7 +40,7 @@ Runner::~Runner()
     for (auto& client : m_Clients) {
         client->Delete();
     }
-    m_Service.SetPresent(false);
+    m_Service.Die();
     m_Service.Settle();
 }
 
@@ -108,7 +108,9 @@ void Runner::Perform(const Step& step)
     if (step.action == Action::Create) {
         if (!client.Exists()) {
             client.Create();
-            SetPresent(m_Service.IsPresent());
+        }
+        if (client.Exists() && m_Service.IsPresent()) {
+            client.ServiceAppears();
         }
     } else if (client.Exists()) {
         DoWithClient(step);
@@ -132,7 +134,8 @@ void Runner::DoWithClient(const Step& step)
         return client.CallAsync(step);
     case Action::CallElsewhere:
         m_Service.SetAnswersAtOnce(false);
-        return client.CallElsewhere(step);
+        // What fails by itself may complete before the other thread has its identifier.
+        return m_Service.GetWire().IsReaching() ? client.CallElsewhere(step) : client.CallAsync(step);
     case Action::CallBlocking:
         return client.CallBlocking(step);
     case Action::ReactDelete:
@@ -179,9 +182,9 @@ void Runner::DoWithService(const Step& step)
     case Action::AnswerBlocking:
         return m_Service.SetBlocking(step.outcome, step.mode);
     case Action::Kill:
-        return SetPresent(false);
+        return Die();
     case Action::Appear:
-        return SetPresent(true);
+        return Appear();
     case Action::LoseBus:
         return m_Service.SetConnected(false);
     case Action::RegainBus:
@@ -191,11 +194,19 @@ void Runner::DoWithService(const Step& step)
     }
 }
 
-void Runner::SetPresent(bool isPresent)
+void Runner::Appear()
 {
-    m_Service.SetPresent(isPresent);
+    m_Service.Appear();
     for (auto& client : m_Clients) {
-        isPresent ? client->ServiceAppears() : client->ServiceLeaves();
+        client->ServiceAppears();
+    }
+}
+
+void Runner::Die()
+{
+    m_Service.Die();
+    for (auto& client : m_Clients) {
+        client->ServiceLeaves();
     }
 }
 

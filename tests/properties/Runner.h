@@ -15,9 +15,9 @@
 namespace KivTest {
 
 /**
- * Does a schedule with clients of the library, and with a model beside them, and compares the two after every step:
- * what came out of the clients, in order, and what they look like. At the end everything that waits is answered, and
- * the clients are powered down and deleted.
+ * Does a schedule with clients of the library, and with a model beside them, and compares the two after every
+ * step: what came out of the clients, in order, and what they look like. At the end everything that waits is
+ * answered, and the clients are powered down and deleted.
  */
 class Runner
 {
@@ -42,7 +42,8 @@ private:
     void DoWithClient(const Step& step);
     void DoWithService(const Step& step);
     void React(const Step& step);
-    void SetPresent(bool isPresent);
+    void Appear();
+    void Die();
     QString Compare();
 
     ScriptedService& m_Service;

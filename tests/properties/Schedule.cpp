@@ -7,8 +7,8 @@ namespace KivTest {
 
 namespace {
 
-// How an action is drawn and told. In the text, %1 is the client, %2 the operation, %3 the mode, %4 the outcome,
-// %5 the place, %6 the number of modes.
+// How an action is drawn and told. In the text, %1 is the client, %2 the operation, %3 the mode, %4 the
+// outcome, %5 the place, %6 the number of modes.
 struct ActionInfo
 {
     Action action;
@@ -17,9 +17,9 @@ struct ActionInfo
 };
 
 const std::array<ActionInfo, 20> kActions{{
-    {Action::Create, 4, "%1 is made and initialised"},
-    {Action::Delete, 2, "%1 is deleted"},
-    {Action::PowerDown, 2, "%1 is powered down"},
+    {Action::Create, 8, "%1 is made and initialised"},
+    {Action::Delete, 1, "%1 is deleted"},
+    {Action::PowerDown, 1, "%1 is powered down"},
     {Action::CallAsync, 40, "%1: %2Async, argument \"%3\""},
     {Action::CallElsewhere, 5, "%1: %2Async, argument \"%3\", from another thread"},
     {Action::CallBlocking, 8, "%1: %2, blocking, argument \"%3\""},
@@ -28,11 +28,11 @@ const std::array<ActionInfo, 20> kActions{{
     {Action::ReactCall, 6, "%1 will call %2Async, argument \"%3\", in a slot of its next completion"},
     {Action::Answer, 36, "the service answers waiting request %5 (0 is the oldest): %4, %6 modes"},
     {Action::AnswerAtOnce, 4, "the service answers the next request at once: accept"},
-    {Action::AnswerBlocking, 4, "the service answers blocking requests from now on: %4, %6 modes"},
+    {Action::AnswerBlocking, 3, "the service answers blocking requests from now on: %4, %6 modes"},
     {Action::Kill, 2, "the service is killed"},
-    {Action::Appear, 4, "the service appears"},
+    {Action::Appear, 8, "the service appears"},
     {Action::LoseBus, 1, "the bus is lost"},
-    {Action::RegainBus, 3, "the bus is back"},
+    {Action::RegainBus, 6, "the bus is back"},
     {Action::AddMode, 16, "the service adds mode \"%3\" for %1"},
     {Action::RemoveMode, 8, "the service removes mode \"%3\" for %1"},
     {Action::ChangeMode, 2, "the service changes the mode of %1 to \"%3\""},
@@ -47,10 +47,13 @@ using Operations = QVector<Operation>;
 const Operations& OperationsOf(int client)
 {
     using O = Operation;
-    static const Operations hmi{O::OpenSession, O::CloseSession, O::GetModeList, O::GetMode, O::SetMode,
-                                O::SetMode,     O::SetMode,      O::SetMode,     O::SetMode, O::SetMode};
-    static const Operations app{O::OpenSession,       O::CloseSession, O::RegisterAudioStream,
-                                O::RequestAudioFocus, O::AudioActive,  O::AbandonAudioFocus};
+    static const Operations hmi{O::OpenSession, O::OpenSession, O::CloseSession, O::GetModeList,
+                                O::GetMode,     O::SetMode,     O::SetMode,      O::SetMode,
+                                O::SetMode,     O::SetMode,     O::SetMode};
+    static const Operations app{O::OpenSession,         O::OpenSession,         O::CloseSession,
+                                O::RegisterAudioStream, O::RegisterAudioStream, O::RequestAudioFocus,
+                                O::RequestAudioFocus,   O::AudioActive,         O::AudioActive,
+                                O::AbandonAudioFocus,   O::AbandonAudioFocus};
     return Clients()[static_cast<size_t>(client)].isHmi ? hmi : app;
 }
 
@@ -128,6 +131,11 @@ const QStringList& Modes()
 QStringList FirstModes(int count)
 {
     return Modes().mid(0, count);
+}
+
+quint32 SessionOf(int client, quint32 count)
+{
+    return 100 * static_cast<quint32>(client + 1) + count;
 }
 
 QString NameOf(Operation operation)

@@ -59,7 +59,9 @@ enum class Action
     StrangeEvent    ///< An "add" with the session of somebody else.
 };
 
-/** One step. What an action has no use for is ignored; a step about a client that does not exist does nothing. */
+/**
+ * One step. What an action has no use for is ignored; a step about a client that does not exist does nothing.
+ */
 struct Step
 {
     Action action = Action::Create;
@@ -84,11 +86,17 @@ struct ClientInfo
 
 const std::array<ClientInfo, 3>& Clients();
 
-/** The modes that occur; the last one is the empty text, which is also the reason that an application must not give. */
+/**
+ * The modes that occur, also used as the reasons that an application gives; the last one is the empty text,
+ * which is no reason.
+ */
 const QStringList& Modes();
 
 /** The first modes of Modes(). */
 QStringList FirstModes(int count);
+
+/** The identifier of the session that the service opens as the given one of a client, counted from 1. */
+quint32 SessionOf(int client, quint32 count);
 
 /** An operation as in the names of its functions, "SetMode". */
 QString NameOf(Operation operation);

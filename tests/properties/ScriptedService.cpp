@@ -3,10 +3,8 @@
 
 #include <QCoreApplication>
 #include <QDBusError>
-#include <QDBusPendingCallWatcher>
-#include <QTimer>
 
-#include <algorithm>
+#include <memory>
 #include <utility>
 
 namespace KivTest {
@@ -18,49 +16,28 @@ namespace {
 class ScriptedProxy : public IServiceProviderProxy
 {
 public:
-    ScriptedProxy(ScriptedService& service, int client)
+    ScriptedProxy(ScriptedService& service, int client, std::unique_ptr<IServiceProviderProxy> proxy)
         : m_Service(service),
-          m_Client(client)
+          m_Client(client),
+          m_Proxy(std::move(proxy))
     {
     }
 
     QDBusPendingReply<QString> AsyncRequest(const QString& methodName, const QString& arguments) override
     {
-        return m_Service.Send(m_Client, methodName, arguments);
+        return m_Service.Send(m_Client, *m_Proxy, methodName, arguments);
     }
 
     QString Request(const QString& methodName, const QString& arguments) override
     {
-        return m_Service.Ask(m_Client, methodName, arguments);
+        return m_Service.Ask(m_Client, *m_Proxy, methodName, arguments);
     }
 
 private:
     ScriptedService& m_Service;
     int m_Client;
+    std::unique_ptr<IServiceProviderProxy> m_Proxy;
 };
-
-// Knows when a reply that has yet to come has been handled by all who watched it before: watchers are told in the
-// order in which they were made.
-class LastWatcher
-{
-public:
-    explicit LastWatcher(const QDBusPendingCall& call)
-        : m_Watcher(call)
-    {
-        QObject::connect(&m_Watcher, &QDBusPendingCallWatcher::finished, [this] { m_IsTold = true; });
-    }
-
-    void Wait() const
-    {
-        SpinUntil([this] { return m_IsTold; });
-    }
-
-private:
-    QDBusPendingCallWatcher m_Watcher;
-    bool m_IsTold = false;
-};
-
-const QString kPing = "ping";
 
 QString ModeListText(int modeCount)
 {
@@ -71,33 +48,28 @@ QString ModeListText(int modeCount)
 
 } // namespace
 
-void SpinUntil(const std::function<bool()>& isDone)
-{
-    constexpr int patience = 30000; // milliseconds
-    QTimer watchdog;
-    QObject::connect(&watchdog, &QTimer::timeout, [] { qFatal("An answer was never handled"); });
-    watchdog.start(patience);
-    while (!isDone()) {
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    }
-}
-
-ScriptedService::ScriptedService()
-    : m_Peer([this](const QDBusMessage& message, const QDBusConnection& connection) {
-          Receive(message, connection);
-      })
+ScriptedService::ScriptedService(Wire& wire)
+    : m_Wire(wire)
 {
 }
 
 void ScriptedService::Reset(Trace& trace)
 {
+    m_Wire.Reset();
     m_Trace = &trace;
     m_IsPresent = true;
     m_IsConnected = true;
     m_AnswersAtOnce = false;
     m_BlockingOutcome = Outcome::Accept;
     m_BlockingModes = 1;
-    m_SessionCount = 0;
+    m_SessionCounts.fill(0);
+    m_ArrivalCount = 0;
+}
+
+void ScriptedService::Appear()
+{
+    m_IsPresent = true;
+    m_Wire.Appear();
 }
 
 void ScriptedService::SetBlocking(Outcome outcome, int modeCount)
@@ -106,97 +78,96 @@ void ScriptedService::SetBlocking(Outcome outcome, int modeCount)
     m_BlockingModes = modeCount;
 }
 
-QString ScriptedService::Ask(int client, const QString& method, const QString& arguments)
+QString ScriptedService::Ask(int client, IServiceProviderProxy& proxy, const QString& method,
+                             const QString& arguments)
 {
     m_Trace->Request(client, true, method, arguments);
-    const bool isReached = m_IsPresent && m_IsConnected;
-    if (!isReached || m_BlockingOutcome == Outcome::Fail || m_BlockingOutcome == Outcome::WrongType) {
+    if (!m_IsConnected) {
         return QStringLiteral("{ \"errCode\" : 0 }");
     }
-    return TextOf(method, m_BlockingOutcome, m_BlockingModes);
+    if (m_Wire.IsReaching()) {
+        const Outcome outcome = m_IsPresent ? m_BlockingOutcome : Outcome::Fail;
+        m_Wire.PlanBlocking(ReplyTo(client, method, outcome, m_BlockingModes), m_ArrivalCount);
+    }
+    return proxy.Request(method, arguments);
 }
 
-QDBusPendingReply<QString> ScriptedService::Send(int client, const QString& method, const QString& arguments)
+QDBusPendingReply<QString> ScriptedService::Send(int client, IServiceProviderProxy& proxy,
+                                                 const QString& method, const QString& arguments)
 {
     m_Trace->Request(client, false, method, arguments);
     if (!m_IsConnected) {
         return QDBusPendingCall::fromError(QDBusError(QDBusError::Disconnected, "the bus is lost"));
     }
     ++m_SentCount;
-    m_Waiting.append({m_Peer.Call(method, arguments), method, std::nullopt});
-    QDBusPendingCall call = m_Waiting.last().call;
+    const int number = m_Wire.IsReaching() ? m_ArrivalCount++ : kNotArriving;
+    const QDBusPendingReply<QString> call = proxy.AsyncRequest(method, arguments);
     if (m_IsPresent && std::exchange(m_AnswersAtOnce, false)) {
-        AwaitArrival();
-        Reply(m_Waiting.takeLast(), Outcome::Accept, 1);
-        call.waitForFinished();
         m_HasPrompted = true;
+        m_Wire.AwaitArrival(m_ArrivalCount);
+        m_Wire.Answer(number, ReplyTo(client, method, Outcome::Accept, 1));
+        QDBusPendingCall(call).waitForFinished();
+    } else {
+        m_Waiting.append({call, client, method, number});
     }
     return call;
 }
 
-void ScriptedService::Receive(const QDBusMessage& message, const QDBusConnection& connection)
-{
-    m_Connection = connection;
-    if (message.arguments().first() == kPing) {
-        connection.send(message.createReply(QString()));
-        return;
-    }
-    const auto first = std::find_if(m_Waiting.begin(), m_Waiting.end(),
-                                    [](const Waiting& waiting) { return !waiting.message; });
-    first->message = message;
-}
-
-void ScriptedService::AwaitArrival()
-{
-    SpinUntil([this] { return m_Waiting.isEmpty() || m_Waiting.last().message.has_value(); });
-}
-
 void ScriptedService::Answer(int place, Outcome outcome, int modeCount)
 {
-    AwaitArrival();
+    m_Wire.AwaitArrival(m_ArrivalCount);
     const Waiting waiting = m_Waiting.takeAt(place % m_Waiting.size());
     const LastWatcher last(waiting.call);
-    Reply(waiting, outcome, modeCount);
+    m_Wire.Answer(waiting.number, ReplyTo(waiting.client, waiting.method, outcome, modeCount));
     last.Wait();
 }
 
-void ScriptedService::Reply(const Waiting& waiting, Outcome outcome, int modeCount)
+Wire::Reply ScriptedService::ReplyTo(int client, const QString& method, Outcome outcome, int modeCount)
 {
-    const QDBusMessage& call = *waiting.message;
-    if (outcome == Outcome::Fail) {
-        m_Connection->send(call.createErrorReply(QDBusError::NoReply, "nobody answers"));
-    } else if (outcome == Outcome::WrongType) {
-        m_Connection->send(call.createReply(QStringList{"a", "list"}));
-    } else {
-        m_Connection->send(call.createReply(TextOf(waiting.method, outcome, modeCount)));
-    }
-}
-
-QString ScriptedService::TextOf(const QString& method, Outcome outcome, int modeCount)
-{
-    if (outcome == Outcome::Refuse) {
-        return QStringLiteral("{\"errCode\":10}");
-    }
-    if (outcome == Outcome::Garbage) {
-        return QStringLiteral("not JSON");
+    switch (outcome) {
+    case Outcome::Refuse:
+        return {Wire::Reply::Text, "{\"errCode\":10}"};
+    case Outcome::Garbage:
+        return {Wire::Reply::Text, "not JSON"};
+    case Outcome::Fail:
+        return {Wire::Reply::Error};
+    case Outcome::WrongType:
+        return {Wire::Reply::WrongType};
+    case Outcome::Accept:
+        break;
     }
     if (method == QLatin1String("openSession")) {
-        return QStringLiteral("{\"sessionId\":%1}").arg(++m_SessionCount);
+        const quint32 session = SessionOf(client, ++m_SessionCounts[static_cast<size_t>(client)]);
+        return {Wire::Reply::Text, QStringLiteral("{\"sessionId\":%1}").arg(session)};
     }
-    return method == QLatin1String("getModeList") ? ModeListText(modeCount) : QStringLiteral("{}");
+    return {Wire::Reply::Text, method == QLatin1String("getModeList") ? ModeListText(modeCount) : "{}"};
 }
 
 void ScriptedService::Settle()
 {
-    AwaitArrival();
+    m_Wire.AwaitArrival(m_ArrivalCount);
     if (std::exchange(m_HasPrompted, false)) {
-        LastWatcher(m_Peer.Call(kPing, QString())).Wait(); // behind what was answered
-        AwaitArrival();
+        LastWatcher(m_Wire.Ping()).Wait();
+        m_Wire.AwaitArrival(m_ArrivalCount);
     }
-    while (!m_IsPresent && !m_Waiting.isEmpty()) {
-        Answer(0, Outcome::Fail, 0);
+    if (!m_IsPresent) {
+        FailAll();
+        m_Wire.Leave();
     }
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+// What comes of a failure may send once more.
+void ScriptedService::FailAll()
+{
+    while (!m_Waiting.isEmpty()) {
+        if (m_Waiting.first().number == kNotArriving) {
+            m_Waiting.removeFirst();
+            LastWatcher(m_Wire.Ping()).Wait();
+        } else {
+            Answer(0, Outcome::Fail, 0);
+        }
+    }
 }
 
 ScriptedFactory::ScriptedFactory(ScriptedService& service, int client)
@@ -205,9 +176,10 @@ ScriptedFactory::ScriptedFactory(ScriptedService& service, int client)
 {
 }
 
-IServiceProviderProxy* ScriptedFactory::CreateProxy(QObject* /*parent*/)
+IServiceProviderProxy* ScriptedFactory::CreateProxy(QObject* parent)
 {
-    return new ScriptedProxy(m_Service, m_Client);
+    const bool isHmi = Clients()[static_cast<size_t>(m_Client)].isHmi;
+    return new ScriptedProxy(m_Service, m_Client, m_Service.GetWire().MakeProxy(parent, isHmi));
 }
 
 } // namespace KivTest

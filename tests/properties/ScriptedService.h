@@ -4,50 +4,58 @@
 
 #include "FakeServiceProviderProxyFactory.h"
 #include "IServiceProviderProxy.h"
-#include "PeerConnection.h"
 #include "Schedule.h"
 #include "Trace.h"
+#include "Wire.h"
 
-#include <QDBusConnection>
-#include <QDBusMessage>
 #include <QDBusPendingCall>
 #include <QDBusPendingReply>
 #include <QVector>
 
-#include <functional>
-#include <optional>
+#include <array>
 
 namespace KivTest {
 
-using namespace Audio::Utils::Kiv::QtDbus::Testing;
-
 /**
- * A service that answers when it is told to, in any order, over a peer connection.
+ * A service that answers when it is told to, in any order.
  *
- * Each answer has been handled by whoever waits for it when Answer() returns, so that a schedule runs the same way
- * every time.
+ * Each answer has been handled by whoever waits for it when Answer() returns, so that a schedule runs the
+ * same way every time.
  */
 class ScriptedService
 {
 public:
-    ScriptedService();
+    /** @param wire how requests come here, and answers go back; not owned. */
+    explicit ScriptedService(Wire& wire);
 
     /** A service as at the beginning of a schedule. Nothing may be waiting. */
     void Reset(Trace& trace);
 
-    void SetPresent(bool isPresent) { m_IsPresent = isPresent; }
+    Wire& GetWire() { return m_Wire; }
+
+    /** The service is there from now on. */
+    void Appear();
+
+    /**
+     * The service dies: nothing is answered any more. What waits fails in Settle(), and then the service is
+     * gone.
+     */
+    void Die() { m_IsPresent = false; }
+
     bool IsPresent() const { return m_IsPresent; }
     void SetConnected(bool isConnected) { m_IsConnected = isConnected; }
     void SetAnswersAtOnce(bool answersAtOnce) { m_AnswersAtOnce = answersAtOnce; }
     void SetBlocking(Outcome outcome, int modeCount);
 
-    /** A blocking request of a client. */
-    QString Ask(int client, const QString& method, const QString& arguments);
+    /** A blocking request of a client, by its proxy. */
+    QString Ask(int client, Audio::Utils::Kiv::QtDbus::IServiceProviderProxy& proxy, const QString& method,
+                const QString& arguments);
 
-    /** An asynchronous request of a client. */
-    QDBusPendingReply<QString> Send(int client, const QString& method, const QString& arguments);
+    /** An asynchronous one. */
+    QDBusPendingReply<QString> Send(int client, Audio::Utils::Kiv::QtDbus::IServiceProviderProxy& proxy,
+                                    const QString& method, const QString& arguments);
 
-    /** How many asynchronous requests there have been that were sent. */
+    /** How many asynchronous requests have been sent. */
     int SentCount() const { return m_SentCount; }
 
     /** How many requests wait for their answer. */
@@ -56,38 +64,41 @@ public:
     /** Answers one request that waits. */
     void Answer(int place, Outcome outcome, int modeCount);
 
-    /** Returns when every request has arrived, and what was answered at once has been handled. */
+    /**
+     * Returns when every request has arrived, and everything that was sent to the clients has been handled.
+     */
     void Settle();
 
 private:
     struct Waiting
     {
         QDBusPendingCall call;
+        int client;
         QString method;
-        std::optional<QDBusMessage> message; // not before it has arrived
+        int number; // as the wire counts; none if it fails by itself
     };
 
-    void Receive(const QDBusMessage& message, const QDBusConnection& connection);
-    void AwaitArrival();
-    void Reply(const Waiting& waiting, Outcome outcome, int modeCount);
-    QString TextOf(const QString& method, Outcome outcome, int modeCount);
+    static constexpr int kNotArriving = -1;
 
+    void FailAll();
+    Wire::Reply ReplyTo(int client, const QString& method, Outcome outcome, int modeCount);
+
+    Wire& m_Wire;
     Trace* m_Trace = nullptr;
     QVector<Waiting> m_Waiting;
-    std::optional<QDBusConnection> m_Connection;
     bool m_IsPresent = true;
     bool m_IsConnected = true;
     bool m_AnswersAtOnce = false;
     bool m_HasPrompted = false;
     Outcome m_BlockingOutcome = Outcome::Accept;
     int m_BlockingModes = 1;
-    int m_SessionCount = 0;
+    std::array<quint32, 3> m_SessionCounts{};
     int m_SentCount = 0;
-    PeerConnection m_Peer;
+    int m_ArrivalCount = 0;
 };
 
-/** Gives each client a proxy to the scripted service; lets the service appear for it. */
-class ScriptedFactory : public FakeServiceProviderProxyFactory
+/** Gives a client a proxy that goes by way of the scripted service; lets the service appear for it. */
+class ScriptedFactory : public Audio::Utils::Kiv::QtDbus::Testing::FakeServiceProviderProxyFactory
 {
 public:
     /** @param service not owned. @param client index of Clients(). */
@@ -99,9 +110,6 @@ private:
     ScriptedService& m_Service;
     int m_Client;
 };
-
-/** Handles events until a condition holds; ends the program when it does not within half a minute. */
-void SpinUntil(const std::function<bool()>& isDone);
 
 } // namespace KivTest
 

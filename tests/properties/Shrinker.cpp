@@ -29,7 +29,8 @@ bool DropPieces(Schedule& schedule, int size, const Fails& fails)
     return isDropped;
 }
 
-// A step that was needed may not be any more when a later one is gone: single steps are tried until none goes.
+// A step that was needed may not be any more when a later one is gone: single steps are tried until none
+// goes.
 void DropSteps(Schedule& schedule, const Fails& fails)
 {
     for (int size = std::max(1, schedule.size() / 2); size > 1; size /= 2) {

@@ -12,9 +12,9 @@ namespace KivTest {
 using Fails = std::function<bool(const Schedule&)>;
 
 /**
- * Makes a failing schedule as short as it goes: steps are taken out while the rest still fails, first in large
- * pieces, at last one by one; then what is left is made plainer (a call from another thread becomes one from the
- * client's, a later place the first, and so on).
+ * Makes a failing schedule as short as it goes: steps are taken out while the rest still fails, first in
+ * large pieces, at last one by one; then what is left is made plainer (a call from another thread becomes one
+ * from the client's, a later place the first, and so on).
  *
  * @param schedule one that fails.
  * @return one that fails, and would not without any one of its steps.

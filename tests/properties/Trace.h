@@ -7,11 +7,15 @@
 #include <QString>
 #include <QStringList>
 
+#include <array>
 #include <utility>
 
 namespace KivTest {
 
-/** What went out of the clients, in order: requests, results, signals. Model and clients write the same lines. */
+/**
+ * What came out of the clients: requests, results, signals, for each client in order. Model and clients write
+ * the same lines.
+ */
 class Trace
 {
 public:
@@ -46,18 +50,25 @@ public:
     void Event(int client, const QString& text) { Add(client, text); }
 
     /** The lines since the last call. */
-    QStringList Take() { return std::exchange(m_Lines, {}); }
+    QStringList Take()
+    {
+        QStringList all;
+        for (QStringList& lines : m_Lines) {
+            all += std::exchange(lines, {});
+        }
+        return all;
+    }
 
     static QString Text(bool flag) { return flag ? QStringLiteral("true") : QStringLiteral("false"); }
 
 private:
     void Add(int client, const QString& text)
     {
-        m_Lines.append(
-            QStringLiteral("%1: %2").arg(QLatin1String(Clients()[static_cast<size_t>(client)].name), text));
+        const auto index = static_cast<size_t>(client);
+        m_Lines[index].append(QStringLiteral("%1: %2").arg(QLatin1String(Clients()[index].name), text));
     }
 
-    QStringList m_Lines;
+    std::array<QStringList, 3> m_Lines;
 };
 
 /** What a client shows of itself, and how many replies it watches. */

@@ -92,8 +92,7 @@ WatchedClient::WatchedClient(int client, ScriptedService& service, Trace& trace)
     : m_Index(client),
       m_Service(service),
       m_Trace(trace),
-      m_Factory(service, client),
-      m_Registrator(QStringLiteral("com.quorvantel.audioclient.test"))
+      m_Factory(service, client)
 {
 }
 
@@ -109,23 +108,32 @@ void WatchedClient::Create()
     }
     m_Complaints += std::exchange(m_Ledger, Ledger()).Complaints();
     const QString path = QStringLiteral("/%1").arg(m_Index);
+    Wire& wire = m_Service.GetWire();
     if (Clients()[static_cast<size_t>(m_Index)].isHmi) {
-        m_Client = new AudioManagerHmi(m_Registrator, path, m_Connection, QString(), m_Factory, true);
+        m_Client = new AudioManagerHmi(wire.Registrator(), path, wire.Adaptors(), QString(), m_Factory, true);
         WatchHmi();
     } else {
-        m_Client = new AudioManagerApp(m_Registrator, path, QStringLiteral("Player"), m_Connection, QString(),
-                                       true, QString(), m_Factory, true);
+        m_Client = new AudioManagerApp(wire.Registrator(), path, QStringLiteral("Player"), wire.Adaptors(),
+                                       QString(), true, QString(), m_Factory, true);
         WatchApp();
     }
     WatchCompletion(m_Client.data(), &ServiceProviderClient::SignalOpenSessionCompleted,
                     Operation::OpenSession);
     WatchCompletion(m_Client.data(), &ServiceProviderClient::SignalCloseSessionCompleted,
                     Operation::CloseSession);
-    QObject::connect(m_Client.data(), &KivBaseClient::SignalInitCompleted,
-                     [this](KivBaseClient::InitState state) {
-                         m_Trace.Event(m_Index, QStringLiteral("SignalInitCompleted %1").arg(state));
-                     });
-    m_Client->Initialize();
+    Initialise();
+}
+
+void WatchedClient::Initialise()
+{
+    const auto noteState = [this](KivBaseClient::InitState state) {
+        m_Trace.Event(m_Index, QStringLiteral("initialised, state %1").arg(state));
+    };
+    QObject::connect(m_Client.data(), &KivBaseClient::SignalInitCompleted, noteState);
+    const KivBaseClient::InitState state = m_Client->Initialize();
+    if (state != KivBaseClient::INIT_STATE_WAITING_FOR_KIV) {
+        noteState(state);
+    }
 }
 
 void WatchedClient::WatchHmi()
@@ -182,12 +190,19 @@ void WatchedClient::PowerDown()
     m_Client->Powerdown();
 }
 
+bool WatchedClient::IsWaiting() const
+{
+    return m_Client->CurrentInitState() == KivBaseClient::INIT_STATE_WAITING_FOR_KIV;
+}
+
 void WatchedClient::ServiceAppears()
 {
     if (!Exists()) {
         return;
     }
-    if (m_Client->CurrentInitState() == KivBaseClient::INIT_STATE_WAITING_FOR_KIV) {
+    if (m_Service.GetWire().TellsClients()) {
+        SpinUntil([this] { return !IsWaiting(); });
+    } else if (IsWaiting()) {
         m_Factory.ServiceAppears(*m_Client);
     } else {
         m_Client->OnOwnerChanged(kServiceName, QString(), kServiceOwner);
@@ -196,7 +211,7 @@ void WatchedClient::ServiceAppears()
 
 void WatchedClient::ServiceLeaves()
 {
-    if (Exists()) {
+    if (Exists() && !m_Service.GetWire().TellsClients()) {
         m_Client->OnOwnerChanged(kServiceName, kServiceOwner, QString());
     }
 }
@@ -238,7 +253,11 @@ void WatchedClient::NoteStored()
 
 void WatchedClient::Receive(const QString& method, const QString& text, quint32 offset)
 {
-    m_Client->Request(method, text.arg(m_Client->SessionId() + offset));
+    if (IsWaiting()) {
+        return; // it is not on the bus yet
+    }
+    m_Service.GetWire().CallClient(*m_Client, QStringLiteral("/%1/ServiceProviderClient").arg(m_Index),
+                                   method, text.arg(m_Client->SessionId() + offset));
 }
 
 ClientState WatchedClient::State() const

@@ -2,8 +2,6 @@
 #ifndef KIV_TESTS_WATCHEDCLIENT_H
 #define KIV_TESTS_WATCHEDCLIENT_H
 
-#include "FakeAdaptorConnection.h"
-#include "FakeServiceRegistrator.h"
 #include "Ledger.h"
 #include "Schedule.h"
 #include "ScriptedService.h"
@@ -34,7 +32,7 @@ public:
     void Delete();
     void PowerDown();
 
-    /** The service has appeared: a client that waits initialises. */
+    /** The service has appeared. Returns when a client that waited has initialised. */
     void ServiceAppears();
 
     /** The service has left. */
@@ -48,7 +46,7 @@ public:
     /** Has a slot of the next completion signal do something. */
     void React(std::function<void()> reaction) { m_Reaction = std::move(reaction); }
 
-    /** The service calls the client. @param text has the place %1 for the session of this client plus an offset. */
+    /** The service calls the client. @param text has %1 for the session of this client plus the offset. */
     void Receive(const QString& method, const QString& text, quint32 offset = 0);
 
     bool Exists() const { return !m_Client.isNull(); }
@@ -61,6 +59,8 @@ public:
     void CloseLedger();
 
 private:
+    void Initialise();
+    bool IsWaiting() const;
     void WatchHmi();
     void WatchApp();
     template <typename Client, typename Signal>
@@ -73,8 +73,6 @@ private:
     ScriptedService& m_Service;
     Trace& m_Trace;
     ScriptedFactory m_Factory;
-    FakeServiceRegistrator m_Registrator;
-    FakeAdaptorConnection m_Connection;
     QPointer<Audio::Utils::Kiv::QtDbus::ServiceProviderClient> m_Client;
     std::function<void()> m_Reaction;
     Ledger m_Ledger;
