@@ -62,7 +62,7 @@ QString Campaign::Run()
     for (quint32 number = 0; number < m_Count; ++number) {
         const quint32 seed = m_FirstSeed + number;
         const Schedule schedule = MakeSchedule(seed);
-        SetCrashNote("Crashed in a schedule. Again: " + Command(seed).toUtf8() + '\n');
+        m_Command = Command(seed);
         const QString failure = FailureOf(schedule);
         if (!failure.isEmpty()) {
             return Report(schedule, seed, failure);
@@ -75,6 +75,9 @@ QString Campaign::Run()
 
 QString Campaign::FailureOf(const Schedule& schedule)
 {
+    // Crashes are not shrunk, but those in the course of shrinking have short schedules.
+    SetCrashNote(
+        QString("Crashed in this schedule:\n%1Again: %2\n").arg(ToText(schedule), m_Command).toUtf8());
     Model model;
     return Runner(m_Service, model).Run(schedule);
 }
@@ -83,11 +86,12 @@ QString Campaign::Report(const Schedule& schedule, quint32 seed, const QString& 
 {
     const QString text = QStringLiteral("Schedule %1 fails%2:\n%3%4Again: %5");
     if (IsPassing(schedule)) {
-        return text.arg(seed).arg(", though not always", ToText(schedule), failure, Command(seed));
+        return text.arg(seed).arg(", though not always", ToText(schedule), failure, m_Command);
     }
+    qCInfo(Properties, "schedule %u fails and is being shortened", seed);
     const Schedule shortest = Shrink(schedule, [this](const Schedule& part) { return !IsPassing(part); });
     return text.arg(seed).arg(". The shortest that fails in this way or another", ToText(shortest),
-                              FailureOf(shortest), Command(seed));
+                              FailureOf(shortest), m_Command);
 }
 
 } // namespace KivTest

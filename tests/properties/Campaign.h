@@ -37,6 +37,7 @@ private:
     ScriptedService& m_Service;
     quint32 m_FirstSeed;
     quint32 m_Count;
+    QString m_Command;
 };
 
 } // namespace KivTest

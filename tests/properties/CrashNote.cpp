@@ -11,7 +11,7 @@ namespace KivTest {
 
 namespace {
 
-char text[512];
+char text[16384]; // the longest schedule has a third of it
 volatile sig_atomic_t length = 0;
 
 // Only what is safe in a signal handler. The signal is back at its default action already, which ends the

@@ -61,7 +61,6 @@ void Model::Perform(const Step& step)
 
 void Model::DoWithClient(const Step& step)
 {
-    const QString mode = Modes()[step.mode];
     switch (step.action) {
     case Action::Delete:
         return Delete(step.client);
@@ -79,17 +78,29 @@ void Model::DoWithClient(const Step& step)
     case Action::ReactCall:
         At(step.client).reaction = step;
         return;
-    case Action::AddMode:
-        return AddMode(step.client, mode);
-    case Action::RemoveMode:
-        return RemoveMode(step.client, mode);
-    case Action::ChangeMode:
+    default:
         if (IsHearing(step.client)) {
-            m_Trace.Event(step.client, QStringLiteral("SignalModeChanged \"%1\"").arg(mode));
+            Hear(step);
         }
         return;
-    default:
-        return;
+    }
+}
+
+// The events are about HMIs, and a client is on the bus when it has initialised.
+bool Model::IsHearing(int client) const
+{
+    return IsHmi(client) && At(client).initState != Waiting;
+}
+
+void Model::Hear(const Step& step)
+{
+    const QString mode = Modes()[step.mode];
+    if (step.action == Action::AddMode) {
+        AddMode(step.client, mode);
+    } else if (step.action == Action::RemoveMode) {
+        RemoveMode(step.client, mode);
+    } else if (step.action == Action::ChangeMode) {
+        m_Trace.Event(step.client, QStringLiteral("SignalModeChanged \"%1\"").arg(mode));
     }
 }
 
@@ -114,10 +125,8 @@ void Model::DoWithService(const Step& step)
     case Action::Appear:
         return Appear();
     case Action::LoseBus:
-        m_IsConnected = false;
-        return;
     case Action::RegainBus:
-        m_IsConnected = true;
+        m_IsConnected = step.action == Action::RegainBus;
         return;
     default:
         return;
@@ -423,18 +432,9 @@ void Model::Complete(int client, Operation operation, quint32 id, bool result)
 
 // Events
 
-// The events are about HMIs, and a client is on the bus when it has initialised.
-bool Model::IsHearing(int client) const
-{
-    return IsHmi(client) && At(client).initState != Waiting;
-}
-
 void Model::AddMode(int client, const QString& mode)
 {
     Client& one = At(client);
-    if (!IsHearing(client)) {
-        return;
-    }
     one.modes.append(mode);
     if (one.storedId != 0 && one.storedMode == mode && one.sessionId != 0) {
         SetModeAsync(client, mode);
@@ -444,9 +444,6 @@ void Model::AddMode(int client, const QString& mode)
 
 void Model::RemoveMode(int client, const QString& mode)
 {
-    if (!IsHearing(client)) {
-        return;
-    }
     At(client).modes.removeOne(mode);
     m_Trace.Event(client, QStringLiteral("SignalModeListChanged false \"%1\"").arg(mode));
 }

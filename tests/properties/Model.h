@@ -80,6 +80,7 @@ private:
 
     void Perform(const Step& step);
     void DoWithClient(const Step& step);
+    void Hear(const Step& step);
     void DoWithService(const Step& step);
     void Create(int client);
     void Delete(int client);

@@ -121,10 +121,6 @@ void Runner::Perform(const Step& step)
 void Runner::DoWithClient(const Step& step)
 {
     WatchedClient& client = *m_Clients[static_cast<size_t>(step.client)];
-    const QString mode = Modes()[step.mode];
-    const auto listChange = [&mode](const char* action) {
-        return QString(R"({"action":"%2","mode":"%3","sessionId":%1})").arg("%1", action, mode);
-    };
     switch (step.action) {
     case Action::Delete:
         return client.Delete();
@@ -142,6 +138,20 @@ void Runner::DoWithClient(const Step& step)
     case Action::ReactPowerDown:
     case Action::ReactCall:
         return React(step);
+    default:
+        return Tell(step);
+    }
+}
+
+// The service's events.
+void Runner::Tell(const Step& step)
+{
+    WatchedClient& client = *m_Clients[static_cast<size_t>(step.client)];
+    const QString mode = Modes()[step.mode];
+    const auto listChange = [&mode](const char* action) {
+        return QString(R"({"action":"%2","mode":"%3","sessionId":%1})").arg("%1", action, mode);
+    };
+    switch (step.action) {
     case Action::AddMode:
         return client.Receive("onModeListChange", listChange("add"));
     case Action::RemoveMode:

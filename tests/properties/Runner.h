@@ -41,6 +41,7 @@ private:
     void Perform(const Step& step);
     void DoWithClient(const Step& step);
     void DoWithService(const Step& step);
+    void Tell(const Step& step);
     void React(const Step& step);
     void Appear();
     void Die();
