@@ -26,7 +26,8 @@ void VerifyNothingTooMuch(const Schedule& schedule, const Fails& fails)
     }
 }
 
-// One of the shortest forms has to be this one. Others have to get a mode off the list first, or wait for a slot.
+// One of the shortest forms has to be this one. Others have to get a mode off the list first, or wait for a
+// slot.
 void VerifyShrunk(const QStringList& texts, const QString& expected)
 {
     const QByteArray all = texts.join("--\n").toUtf8();
@@ -74,7 +75,7 @@ void tst_ExactlyOnce::initTestCase()
 
 void tst_ExactlyOnce::everySchedule_completesExactlyOnce()
 {
-    const QString failure = Campaign(*m_Service, 5000, 10000).Run();
+    const QString failure = Campaign(*m_Service, 3000, 10000).Run();
     if (!failure.isEmpty()) {
         QFAIL(qUtf8Printable(failure)); // QVERIFY2() would cut it off
     }
