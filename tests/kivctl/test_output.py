@@ -236,13 +236,15 @@ class RefusedNameTest(BusWithPolicyTest):
     """A bus that does not let kivctl own its name."""
 
     def configure(self, allowing):
-        return allowing.replace("  </policy>", '    <deny own_prefix="com.quorvantel.audioclient.kivctl"/>\n  </policy>')
+        return allowing.replace("  </policy>",
+                                '    <deny own_prefix="com.quorvantel.audioclient.kivctl"/>\n  </policy>')
 
     def test_nameRefused_theServiceIsToldTheUniqueName(self):
         self.start_simulator("--log", "text")
         code, output, errors = self.run_kivctl("mode")
         self.assertEqual((code, output), (0, "Radio\n"))
-        self.assertRegex(errors, r"\Akivctl: the bus does not give this program the name com\.quorvantel\.audioclient\.kivctl\.p\d+; "
+        self.assertRegex(errors, r"\Akivctl: the bus does not give this program the name "
+                                 r"com\.quorvantel\.audioclient\.kivctl\.p\d+; "
                                  r"the service is told :\d+\.\d+\n\Z")
 
     def test_nameRefused_eventsArrive(self):

@@ -56,8 +56,8 @@ CALLS = (
     ("service", "player", OTHER, DENIED),
     ("service", "player", None, DENIED),
     *((caller, callee, interface, DENIED)
-      for caller, callees in (("player", ("panel",)), ("intruder", ("service", "player")), ("root", ("service", "player")))
-      for callee in callees
+      for caller, callee in (("player", "panel"), ("intruder", "service"), ("intruder", "player"), ("root", "service"),
+                             ("root", "player"))
       for interface in (INTERFACE, INTROSPECTABLE, PROPERTIES, PEER, None)),
     ("service", "intruder", INTERFACE, DENIED),
     ("service", "intruder", INTROSPECTABLE, DENIED),

@@ -181,6 +181,7 @@ class SystemBusTest(unittest.TestCase):
         return beside_the_neighbour(policy_tree()) + STEERING.format(service=self.accounts["service"].name)
 
     def start_daemon(self, addition):
+        """A bus daemon; a second one takes the place of the first."""
         daemon = Daemon(self.directory, addition)
         self.addCleanup(daemon.stop)
         return daemon

@@ -1,6 +1,8 @@
 # SPDX-License-Identifier: MIT
 """The shipped policy on a real bus daemon with the system bus's own policy: who may talk to whom, rule by rule."""
 
+import os
+import re
 import unittest
 
 import systembus
@@ -37,6 +39,37 @@ class BusPolicyTest(systembus.SystemBusTest):
         """What the policy cannot tell apart: all clients are of one group."""
         self.assertEqual(self.connect("player").own(cases.PANEL), "done")
         self.assertEqual(self.connect("panel").own(cases.PANEL), "refused with 3")
+
+
+class OwnNamesTest(systembus.SystemBusTest):
+    """What the documentation says to add, for an account that is to have one name only."""
+
+    def policy(self):
+        with open(os.path.join(os.environ["KIV_SOURCE"], "docs", "security.md"), encoding="utf-8") as document:
+            addition = document.read().partition("<busconfig>\n")[2].partition("</busconfig>")[0]
+        self.assertIn('user="player"', addition)
+        return super().policy() + addition.replace('"player"', f'"{self.accounts["player"].name}"')
+
+    def test_application_hasItsOwnNameOnly(self):
+        player = self.connect("player")
+        self.assertEqual(player.own(cases.PANEL), cases.DENIED)
+        self.assertEqual(player.own(cases.PLAYER), "done")
+
+
+class UnknownAccountsTest(systembus.SystemBusTest):
+    """A policy for an account and a group that the machine does not have."""
+
+    def policy(self):
+        policy = super().policy()
+        for who in ("user", "group"):
+            policy = re.sub(f'<policy {who}="(?!root)[^"]*"', f'<policy {who}="kivtest-none"', policy)
+        return policy
+
+    def test_bus_startsLeavesTheRulesOutAndSaysSo(self):
+        self.assertEqual(self.connect("service").own(cases.SERVICE), cases.DENIED)
+        self.assertEqual(self.connect("player").own(cases.PLAYER), cases.DENIED)
+        self.assertRegex(self.daemon.log(), '(?i)unknown username "kivtest-none"')
+        self.assertRegex(self.daemon.log(), '(?i)unknown group "kivtest-none"')
 
 
 class WithoutPolicyTest(systembus.SystemBusTest):

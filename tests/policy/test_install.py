@@ -55,7 +55,8 @@ class InstallTest(unittest.TestCase):
         self.assertEqual(self.whom(), [{"context": "default"}, {"user": "root"}, {"group": "audio"}])
 
     def test_nameThatIsNone_isAnErrorThatNamesTheVariable(self):
-        for variable, other in (("KIV_SERVICE_ACCOUNT", "KIV_CLIENT_GROUP"), ("KIV_CLIENT_GROUP", "KIV_SERVICE_ACCOUNT")):
+        variables = ("KIV_SERVICE_ACCOUNT", "KIV_CLIENT_GROUP")
+        for variable, other in (variables, reversed(variables)):
             for value in ("", "*", 'a"b', "1000", "a b"):
                 with self.subTest(variable, value=value):
                     result = self.configure(f"-D{variable}={value}", f"-D{other}=audio")

@@ -68,9 +68,11 @@ class IntruderTest(systembus.SystemBusTest):
         self.assertIsNone(answer.get_error_name(), answer.get_body())
         return f"mode is now {mode}"
 
-    def inbound_records(self):
-        """How many calls of its object the client has logged; all of its records are there once it has ended."""
-        return [line for line in self.hmi.end() if "ServiceProviderClient::Request" in line]
+    def records_of_calls(self):
+        """How many calls of its object the client has logged, and how many of them as being of another session."""
+        records = self.hmi.end()
+        return tuple(sum(text in record for record in records)
+                     for text in ("ServiceProviderClient::Request", "Received non-matching session id"))
 
     def heard_of_forged_notifications(self):
         """Sends the HMI two of them, which it does not act on; what another listener on the bus has heard."""
@@ -102,11 +104,11 @@ class UnderThePolicyTest(IntruderTest):
         expected = self.mark("Bluetooth")
         self.assertEqual(self.hmi.line(), expected)
         self.assert_state("Bluetooth")
-        self.assertEqual(len(self.inbound_records()), 1)
+        self.assertEqual(self.records_of_calls(), (1, 0))
         refused = self.daemon.log().count("Rejected send message")
         self.assertEqual(refused, CALLS)
-        print(f"with the policy: {CALLS} calls refused in {seconds:.2f} s, {1e6 * seconds / CALLS:.0f} us each; records "
-              f"of the client: 0; lines of the bus daemon's log: {refused}")
+        print(f"with the policy: {CALLS} calls refused in {seconds:.2f} s, {1e6 * seconds / CALLS:.0f} us each; "
+              f"records of the client: 0; lines of the bus daemon's log: {refused}")
 
     def test_forgedNotifications_doNotArrive(self):
         self.assertEqual(self.heard_of_forged_notifications(), [])
@@ -131,13 +133,13 @@ class WithoutAPolicyTest(IntruderTest):
 
     ADDITION = systembus.EVERYTHING
 
-    def test_flood_costsTheClientOneRecordACallAndChangesNothing(self):
+    def test_flood_costsTheClientACriticalRecordACallAndChangesNothing(self):
         outcomes, seconds = self.flood(mode_change(NO_SESSION) for _ in range(CALLS))
         self.assertEqual(outcomes, {"": CALLS})
         self.assert_state("Radio")
-        self.assertEqual(len(self.inbound_records()), CALLS)
+        self.assertEqual(self.records_of_calls(), (CALLS, CALLS))
         print(f"without a policy: {CALLS} calls answered in {seconds:.2f} s, {1e6 * seconds / CALLS:.0f} us each; "
-              f"records of the client about them: {CALLS}")
+              f"records of the client about them: {CALLS} debug, {CALLS} critical")
 
     def test_guessingTheSession_bringsAForgedModeToTheApplication(self):
         guesses = 64
