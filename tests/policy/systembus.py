@@ -78,6 +78,13 @@ def policy_tree():
     return xml.parse(POLICY).getroot()
 
 
+def processor_time(process):
+    """The seconds that a process has had of the processors until now."""
+    with open(f"/proc/{process.pid}/stat", encoding="utf-8") as file:
+        fields = file.read().rpartition(")")[2].split()
+    return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+
+
 class Daemon:
     """A bus daemon with the policy of the machine's system bus, to which another policy is added."""
 
@@ -108,6 +115,9 @@ class Daemon:
         """What the daemon has complained about."""
         with open(self._errors, encoding="utf-8") as file:
             return file.read()
+
+    def processor_time(self):
+        return processor_time(self._process)
 
     def stop(self):
         self._process.terminate()
@@ -146,6 +156,9 @@ class Program:
         while not self._errors.empty():
             lines.append(self._errors.get())
         return [line for line in lines if line is not None]
+
+    def processor_time(self):
+        return processor_time(self._process)
 
     def send(self, line):
         self._process.stdin.write(line + "\n")
