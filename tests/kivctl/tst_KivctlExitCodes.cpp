@@ -323,9 +323,9 @@ void tst_KivctlExitCodes::decisionAgainstTheStream_endsWithOne()
     const auto service = MakeService();
     KivctlProcess process({"stream", "--name", "N", option, "--hold"});
     QVERIFY(service->WaitForCalls("requestAudioFocus", 1));
-    service->CallClient(QString("com.kiv.kivctl.p%1").arg(process.Id()),
-                        "/com/kiv/kivctl/ServiceProviderClient", "onRequestAudioFocusResult",
-                        R"({"sessionId":7,"newFocus":")" + decision + R"("})");
+    service->CallClient(QString("com.quorvantel.audioclient.kivctl.p%1").arg(process.Id()),
+                        "/com/quorvantel/audioclient/kivctl/ServiceProviderClient",
+                        "onRequestAudioFocusResult", R"({"sessionId":7,"newFocus":")" + decision + R"("})");
     QCOMPARE(process.WaitForExit(), 1);
     QCOMPARE(process.Output(), "registered N\ndecision " + decision + "\n");
     QCOMPARE(process.Errors(), "kivctl: the service's decision on the focus is \"" + decision + "\"\n");

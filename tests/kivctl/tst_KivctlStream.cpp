@@ -25,8 +25,8 @@ struct Scene
     /** Has the service tell about the focus. */
     void Tell(const QString& method, const QString& focus)
     {
-        service.CallClient(QString("com.kiv.kivctl.p%1").arg(process->Id()),
-                           "/com/kiv/kivctl/ServiceProviderClient", method,
+        service.CallClient(QString("com.quorvantel.audioclient.kivctl.p%1").arg(process->Id()),
+                           "/com/quorvantel/audioclient/kivctl/ServiceProviderClient", method,
                            R"({"sessionId":7,"newFocus":")" + focus + R"("})");
     }
 
@@ -99,11 +99,12 @@ void tst_KivctlStream::registration_saysWhatTheOptionsSay()
     const Scene scene(options);
     const qint64 id = scene.process->Id();
     QCOMPARE(scene.process->WaitForExit(), 0);
-    QCOMPARE(scene.service.ArgumentsOf("openSession"),
-             QStringList(QString(R"({"busName":"com.kiv.kivctl.p%1",%2)"
-                                 R"("objectPath":"/com/kiv/kivctl/ServiceProviderClient"})")
-                             .arg(id)
-                             .arg(session)));
+    QCOMPARE(
+        scene.service.ArgumentsOf("openSession"),
+        QStringList(QString(R"({"busName":"com.quorvantel.audioclient.kivctl.p%1",%2)"
+                            R"("objectPath":"/com/quorvantel/audioclient/kivctl/ServiceProviderClient"})")
+                        .arg(id)
+                        .arg(session)));
     QCOMPARE(scene.service.ArgumentsOf("registerAudioStream"), QStringList(stream));
     QCOMPARE(scene.process->Output(), "registered N\n");
     QCOMPARE(scene.process->Errors(), QString());

@@ -12,7 +12,7 @@ namespace {
 
 QString NameOfProcess()
 {
-    return QStringLiteral("com.kiv.kivctl.p%1").arg(QCoreApplication::applicationPid());
+    return QStringLiteral("com.quorvantel.audioclient.kivctl.p%1").arg(QCoreApplication::applicationPid());
 }
 
 bool Owns(const QDBusConnection& bus, const QString& name)

@@ -12,7 +12,8 @@ class QDBusConnection;
 namespace Kivctl {
 
 /**
- * Under which name the service can call this process: one that no other process has, com.kiv.kivctl.p<PID>.
+ * Under which name the service can call this process: one that no other process has,
+ * com.quorvantel.audioclient.kivctl.p<PID>.
  *
  * A bus whose policy does not let the process own it gives it its unique name instead, which nobody can refuse.
  */

@@ -19,7 +19,7 @@ const QString& OpenSessionMethod()
 
 QString ClientPath()
 {
-    return QStringLiteral("/com/kiv/kivctl");
+    return QStringLiteral("/com/quorvantel/audioclient/kivctl");
 }
 
 Surroundings::Surroundings(Role role, ReplyLog& replies)
