@@ -37,7 +37,8 @@ class KIV_QTDBUS_EXPORT ServiceRegistrator : public IServiceRegistrator
 public:
     /**
      * @param connection the bus; kept as a reference, must outlive the registrator.
-     * @param serviceName the bus name. With an empty one nothing is counted or registered.
+     * @param serviceName the bus name. With an empty one nothing is counted or registered. The shipped policy of the
+     *        system bus lets clients own the children of "com.quorvantel.audioclient".
      */
     ServiceRegistrator(QDBusConnection& connection, const QString& serviceName);
     ~ServiceRegistrator() override;

@@ -19,7 +19,7 @@ namespace Audio::Utils::Kiv::QtDbus::Testing {
  * |---|---|
  * | FakeServiceRegistrator | `GetServiceName` |
  * | FakeServiceProviderProxyFactory | `CreateProxy` |
- * | FakeAdaptorConnection | `RegisterObject com.example.panel /panel/ServiceProviderClient` |
+ * | FakeAdaptorConnection | `RegisterObject com.quorvantel.audioclient.panel /panel/ServiceProviderClient` |
  * | FakeServiceProviderProxy, blocking | `Request setMode {"newMode":"Radio","sessionId":7}` |
  * | FakeServiceProviderProxy, not blocking | `AsyncRequest setMode {"newMode":"Radio","sessionId":7}` |
  *
@@ -27,7 +27,7 @@ namespace Audio::Utils::Kiv::QtDbus::Testing {
  *
  * @code
  * CallRecorder calls;
- * FakeServiceRegistrator registrator(QStringLiteral("com.example.panel"), &calls);
+ * FakeServiceRegistrator registrator(QStringLiteral("com.quorvantel.audioclient.panel"), &calls);
  * FakeAdaptorConnection connection(&calls);
  * FakeServiceProviderProxyFactory factory(&calls);
  * AudioManagerHmi hmi(registrator, QStringLiteral("/panel"), connection, QString(), factory, false);

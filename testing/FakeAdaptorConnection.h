@@ -22,7 +22,7 @@ namespace Audio::Utils::Kiv::QtDbus::Testing {
  * clients, one at a time.
  *
  * @code
- * FakeServiceRegistrator registrator(QStringLiteral("com.example.panel"));
+ * FakeServiceRegistrator registrator(QStringLiteral("com.quorvantel.audioclient.panel"));
  * FakeAdaptorConnection connection;
  * FakeServiceProviderProxyFactory factory;
  * AudioManagerHmi hmi(registrator, QStringLiteral("/panel"), connection, QString(), factory, false);

@@ -26,7 +26,7 @@ namespace Audio::Utils::Kiv::QtDbus::Testing {
  *
  * @code
  * qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent");
- * FakeServiceRegistrator registrator(QStringLiteral("com.example.panel"));
+ * FakeServiceRegistrator registrator(QStringLiteral("com.quorvantel.audioclient.panel"));
  * FakeAdaptorConnection connection;
  * FakeServiceProviderProxyFactory factory;
  * factory.Exchange().Answer(QStringLiteral("openSession"), QStringLiteral("{\"sessionId\":7}"));

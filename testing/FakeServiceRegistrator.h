@@ -15,8 +15,8 @@ namespace Audio::Utils::Kiv::QtDbus::Testing {
  * **Ownership.** Clients keep a reference: the object must outlive them. **Threads.** Any.
  *
  * @code
- * FakeServiceRegistrator registrator(QStringLiteral("com.example.panel"));
- * Q_ASSERT(registrator.GetServiceName() == QStringLiteral("com.example.panel"));
+ * FakeServiceRegistrator registrator(QStringLiteral("com.quorvantel.audioclient.panel"));
+ * Q_ASSERT(registrator.GetServiceName() == QStringLiteral("com.quorvantel.audioclient.panel"));
  * @endcode
  */
 class FakeServiceRegistrator : public IServiceRegistrator

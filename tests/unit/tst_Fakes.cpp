@@ -26,7 +26,7 @@ namespace {
 
 const QString kFailed = "{ \"errCode\" : 0 }";
 const QString kOpen =
-    R"(openSession {"busName":"com.example.panel","objectPath":"/panel/ServiceProviderClient"})";
+    R"(openSession {"busName":"com.quorvantel.audioclient.panel","objectPath":"/panel/ServiceProviderClient"})";
 
 /** An HMI client with all four fakes, which record in one list. */
 struct Panel
@@ -44,7 +44,7 @@ struct Panel
     }
 
     CallRecorder calls;
-    FakeServiceRegistrator registrator{"com.example.panel", &calls};
+    FakeServiceRegistrator registrator{"com.quorvantel.audioclient.panel", &calls};
     FakeAdaptorConnection connection{&calls};
     FakeServiceProviderProxyFactory factory{&calls};
     AudioManagerHmi hmi{registrator, "/panel", connection, QString(), factory, false};
@@ -143,10 +143,10 @@ void tst_Fakes::recorder_keepsOrderUntilCleared()
 void tst_Fakes::registrator_givesItsNameEachTime()
 {
     CallRecorder calls;
-    const FakeServiceRegistrator registrator("com.example.panel", &calls);
+    const FakeServiceRegistrator registrator("com.quorvantel.audioclient.panel", &calls);
     QCOMPARE(calls.Calls(), QStringList());
-    QCOMPARE(registrator.GetServiceName(), "com.example.panel");
-    QCOMPARE(registrator.GetServiceName(), "com.example.panel");
+    QCOMPARE(registrator.GetServiceName(), "com.quorvantel.audioclient.panel");
+    QCOMPARE(registrator.GetServiceName(), "com.quorvantel.audioclient.panel");
     QCOMPARE(calls.Calls(), (QStringList{"GetServiceName", "GetServiceName"}));
 }
 
@@ -496,8 +496,8 @@ void tst_Fakes::fourFakes_recordInOneOrder()
 
     QCOMPARE(panel.calls.Calls(),
              (QStringList{"GetServiceName", "CreateProxy",
-                          "RegisterObject com.example.panel /panel/ServiceProviderClient", "Request " + kOpen,
-                          R"(AsyncRequest getMode {"destination":"all","sessionId":7})",
+                          "RegisterObject com.quorvantel.audioclient.panel /panel/ServiceProviderClient",
+                          "Request " + kOpen, R"(AsyncRequest getMode {"destination":"all","sessionId":7})",
                           R"(Request closeSession {"sessionId":7})"}));
 }
 
@@ -539,7 +539,7 @@ void tst_Fakes::asyncOperation_completesAsTold()
 
 void tst_Fakes::withoutRecorder_nothingIsNeeded()
 {
-    const FakeServiceRegistrator registrator("com.example.panel");
+    const FakeServiceRegistrator registrator("com.quorvantel.audioclient.panel");
     FakeAdaptorConnection connection;
     FakeServiceProviderProxyFactory factory;
     factory.Exchange().AnswerOthers(R"({"sessionId":7})");
@@ -565,7 +565,7 @@ int Err(const QString& mistake)
         exchange.Fail("getMode", "broken");
         FakeServiceProviderProxy(exchange).AsyncRequest("setMode", "{}");
     } else if (mistake == "powerdown") {
-        FakeServiceRegistrator registrator("com.example.panel");
+        FakeServiceRegistrator registrator("com.quorvantel.audioclient.panel");
         FakeAdaptorConnection connection;
         FakeServiceProviderProxyFactory factory;
         factory.Exchange().Answer("openSession", R"({"sessionId":7})");

@@ -47,7 +47,7 @@ struct Fixture
     }
 
     CallRecorder calls;
-    FakeServiceRegistrator registrator{QStringLiteral("com.example.panel"), &calls};
+    FakeServiceRegistrator registrator{QStringLiteral("com.quorvantel.audioclient.panel"), &calls};
     FakeAdaptorConnection connection{&calls};
     FakeServiceProviderProxyFactory factory{&calls};
 };
@@ -123,8 +123,8 @@ void OrderOfCalls()
     const QStringList expected{
         QStringLiteral("GetServiceName"),
         QStringLiteral("CreateProxy"),
-        QStringLiteral("RegisterObject com.example.panel /panel/ServiceProviderClient"),
-        QStringLiteral("Request openSession {\"busName\":\"com.example.panel\","
+        QStringLiteral("RegisterObject com.quorvantel.audioclient.panel /panel/ServiceProviderClient"),
+        QStringLiteral("Request openSession {\"busName\":\"com.quorvantel.audioclient.panel\","
                        "\"objectPath\":\"/panel/ServiceProviderClient\"}"),
         QStringLiteral("Request getModeList {\"destination\":\"all\",\"sessionId\":7}"),
         QStringLiteral("Request getMode {\"destination\":\"all\",\"sessionId\":7}"),
