@@ -168,6 +168,9 @@ void StartRequests(BothClients& on, KivBaseClient& client, int count, int& answe
             client.StartRequest("pending", "{}"),
             [&answered](bool, const QMap<QString, QVariant>&, unsigned int) { return ++answered != 0; }, 0);
     }
+    if (!on.service->WaitForCalls("pending", count)) {
+        qFatal("requests are missing");
+    }
 }
 
 /** The …Async operations of a client. */

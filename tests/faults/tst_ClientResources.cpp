@@ -269,6 +269,7 @@ void tst_ClientResources::createdAndDestroyed_leavesNothingBehind()
     QCOMPARE(after.descriptors, before.descriptors);
     QCOMPARE(after.matchRules, before.matchRules);
     QCOMPARE(after.names, before.names);
+    QVERIFY(!after.names.contains(kClientName));
     QVERIFY2(after.heap - before.heap < bytesOfNoise + rounds * (1 + requests) * bytesEach,
              qPrintable(QString("%1 bytes more").arg(after.heap - before.heap)));
 }

@@ -244,9 +244,9 @@ void tst_TextValues::hmi_storedMode_isSentWhenTheServiceSpellsItAlike()
     on.Settle();
 
     const bool isSent = decodedEscapes == text;
-    QCOMPARE(on.service->ArgumentsOf("setMode"),
-             isSent ? QStringList(R"({"newMode":)" + Printed(encoded) + R"(,"sessionId":7})")
-                    : QStringList());
+    QTRY_COMPARE(on.service->ArgumentsOf("setMode"),
+                 isSent ? QStringList(R"({"newMode":)" + Printed(encoded) + R"(,"sessionId":7})")
+                        : QStringList());
     QTRY_COMPARE(completed, isSent ? QList<QVariantList>({{1u, true}}) : QList<QVariantList>());
     QCOMPARE(on.hmi->PendingMode(), isSent ? QString() : text);
 }
