@@ -137,16 +137,29 @@ void DoAsApp(Client& app, const Step& step, const Say& say)
     }
 }
 
+// What all clients share, one after the other: none of them is exported.
+struct Surroundings
+{
+    KivTest::FakeServiceRegistrator registrator{KivTest::kClientName};
+    KivTest::FakeAdaptorConnection connection;
+};
+
+Surroundings& SharedSurroundings()
+{
+    static Surroundings surroundings;
+    return surroundings;
+}
+
 // What an HMI client is for the script.
 struct Hmi
 {
     using Client = KivTest::OpenedHmi;
     using Model = HmiModel;
 
-    static Client* Make(KivTest::FakeSurroundings& fakes, ScriptedService& service)
+    static Client* Make(Surroundings& surroundings, ScriptedService& service)
     {
-        auto* client =
-            new Client(fakes.registrator, KivTest::kClientPath, fakes.connection, QString(), service, false);
+        auto* client = new Client(surroundings.registrator, KivTest::kClientPath, surroundings.connection,
+                                  QString(), service, false);
         client->m_ModeList = Model().ModeList();
         return client;
     }
@@ -168,8 +181,15 @@ struct Hmi
         DoAsHmi(client, step, say);
     }
 
+    static bool IsSameState(const Client& client, const Model& model)
+    {
+        return client.SessionId() == model.SessionId() && client.ModeList() == model.ModeList() &&
+               client.CurrentMode() == model.CurrentMode() && client.PendingMode() == model.PendingMode() &&
+               client.PendingSetModeRequestId() == model.PendingSetModeRequestId();
+    }
+
     template <typename AnyClient>
-    static QString StateOf(const AnyClient& client)
+    static QString DescribeState(const AnyClient& client)
     {
         return Line("state", client.SessionId(), client.ModeList(), client.CurrentMode(),
                     client.PendingMode(), client.PendingSetModeRequestId());
@@ -182,10 +202,10 @@ struct App
     using Client = KivTest::OpenedApp;
     using Model = AppModel;
 
-    static Client* Make(KivTest::FakeSurroundings& fakes, ScriptedService& service)
+    static Client* Make(Surroundings& surroundings, ScriptedService& service)
     {
-        return new Client(fakes.registrator, KivTest::kClientPath, "player", fakes.connection, QString(),
-                          true, QString(), service, false);
+        return new Client(surroundings.registrator, KivTest::kClientPath, "player", surroundings.connection,
+                          QString(), true, QString(), service, false);
     }
 
     template <typename Connect>
@@ -205,8 +225,13 @@ struct App
         DoAsApp(client, step, say);
     }
 
+    static bool IsSameState(const Client& client, const Model& model)
+    {
+        return client.SessionId() == model.SessionId() && client.LastFocus() == model.LastFocus();
+    }
+
     template <typename AnyClient>
-    static QString StateOf(const AnyClient& client)
+    static QString DescribeState(const AnyClient& client)
     {
         return Line("state", client.SessionId(), client.LastFocus());
     }
@@ -219,7 +244,7 @@ class Pair
 public:
     Pair()
         : m_Service(m_Said),
-          m_Client(Kind::Make(m_Fakes, m_Service))
+          m_Client(Kind::Make(SharedSurroundings(), m_Service))
     {
         m_Client->Open(firstSession);
         const auto connect = [this](auto signal, const char* name) {
@@ -330,13 +355,16 @@ private:
         if (m_Said != m_Model.said || m_IsModelDeleted != (m_Client == nullptr)) {
             ReportFinding("asked or said something else", m_Said.join('\n'), m_Model.said.join('\n'));
         }
-        if (m_Client && Kind::StateOf(*m_Client) != Kind::StateOf(m_Model)) {
-            ReportFinding("is in another state", Kind::StateOf(*m_Client), Kind::StateOf(m_Model));
+        if (m_Client && !Kind::IsSameState(*m_Client, m_Model)) {
+            ReportFinding("is in another state", Kind::DescribeState(*m_Client),
+                          Kind::DescribeState(m_Model));
         }
+        m_Said.clear();
+        m_Model.said.clear();
+        m_LastOfModel = 0;
     }
 
     Transcript m_Said;
-    KivTest::FakeSurroundings m_Fakes;
     ScriptedService m_Service;
     QObject m_Context;
     std::unique_ptr<typename Kind::Client> m_Client;

@@ -11,6 +11,8 @@
 #include <QJsonObject>
 #include <QStringList>
 
+#include <cJSON.h>
+
 #include <algorithm>
 #include <limits>
 
@@ -40,17 +42,62 @@ bool HasLongNumber(const QString& json)
     return false;
 }
 
-// cJSON cuts texts at NUL, refuses halves of surrogates, which Qt takes, and nests less; the codec drops a
-// byte order mark at the begin of a text.
+// Whether cJSON reads a character as Qt does. It cuts texts at NUL, refuses halves of surrogates; the codec
+// drops a byte order mark at the begin of a text.
+bool IsReadAlike(QChar unit)
+{
+    return !unit.isNull() && !unit.isSurrogate() && unit != QChar(QChar::ByteOrderMark);
+}
+
+// Qt takes a backslash before anything.
+bool IsEscapeReadAlike(const QString& json, int behindBackslash)
+{
+    const QChar kind = behindBackslash < json.size() ? json.at(behindBackslash) : QChar();
+    if (kind != 'u') {
+        return QStringLiteral("\"\\/bfnrt").contains(kind);
+    }
+    bool isHex = false;
+    const ushort unit = json.midRef(behindBackslash + 1, 4).toUShort(&isHex, 16);
+    return isHex && IsReadAlike(QChar(unit));
+}
+
+bool AreEscapesReadAlike(const QString& json)
+{
+    for (int at = json.indexOf('\\'); at >= 0; at = json.indexOf('\\', at + 2)) {
+        if (!IsEscapeReadAlike(json, at + 1)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// Qt takes a number that begins with a point.
+bool HasBeginningPoint(const QString& json)
+{
+    const QString before = QStringLiteral(":,[ \t\r\n");
+    for (int at = json.indexOf('.', 1); at >= 0; at = json.indexOf('.', at + 1)) {
+        if (before.contains(json.at(at - 1))) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Whether cJSON has to read a text, which Qt has read, in the same way. It nests less deep than Qt does.
 bool IsReadAlike(const QString& json)
 {
-    const char* const exceptions[] = {"\\u0000", "\\ud", "\\ufeff"};
-    const bool isExceptional =
-        std::any_of(std::begin(exceptions), std::end(exceptions), [&json](const char* exception) {
-            return json.contains(QLatin1String(exception), Qt::CaseInsensitive);
-        });
-    return !isExceptional && !json.contains(QChar()) && !json.contains(QChar(QChar::ByteOrderMark)) &&
-           json.count('[') + json.count('{') < 1000 && !HasLongNumber(json);
+    return AreEscapesReadAlike(json) && !json.contains(QChar()) &&
+           !json.contains(QChar(QChar::ByteOrderMark)) && json.count('[') + json.count('{') < 1000 &&
+           !HasLongNumber(json) && !HasBeginningPoint(json);
+}
+
+// Of members with one name, Qt takes any.
+bool HasOneNameTwice(const QByteArray& json, const QJsonObject& object)
+{
+    cJSON* const root = cJSON_Parse(json.constData());
+    const int members = cJSON_GetArraySize(root); // 0 without a root
+    cJSON_Delete(root);
+    return members > object.size();
 }
 
 int LimitedToInt(double number)
@@ -93,12 +140,13 @@ void ForgetNullTexts(ParameterMap& parameters)
 
 void RequireAgreementWithQt(const QString& json)
 {
-    const QJsonDocument document = QJsonDocument::fromJson(json.toUtf8());
-    if (!document.isObject() || !IsReadAlike(json)) {
+    const QByteArray utf8 = json.toUtf8();
+    const QJsonDocument document = QJsonDocument::fromJson(utf8);
+    const QJsonObject object = document.object();
+    if (!document.isObject() || !IsReadAlike(json) || HasOneNameTwice(utf8, object)) {
         return;
     }
     ParameterMap expected;
-    const QJsonObject object = document.object();
     for (auto member = object.constBegin(); member != object.constEnd(); ++member) {
         expected.insert(member.key(), AsParameter(member.value()));
     }
