@@ -453,6 +453,8 @@ private Q_SLOTS:
     void started_busEndsInTheFirstRequest_initialisationFails();
     void startedTooEarly_busEndsInTheFirstRequest_neverReturns_data();
     void startedTooEarly_busEndsInTheFirstRequest_neverReturns();
+    void example_busEndsInItsFirstRequest_endsItself_data();
+    void example_busEndsInItsFirstRequest_endsItself();
     void neverThere_everythingFailsAtOnce();
     void goneWhileIdle_everythingFailsAtOnce();
     void goneWhileWaitingForTheService_nothingHappens();
@@ -499,6 +501,37 @@ void tst_BusLoss::startedTooEarly_busEndsInTheFirstRequest_neverReturns()
     QTRY_VERIFY_WITH_TIMEOUT(hasTold(), kPatience);
     QVERIFY(!actor.EndsWithin(Nightly(30000, 1000)));
     QCOMPARE(actor.Output(), "the bus has gone\n");
+}
+
+void tst_BusLoss::example_busEndsInItsFirstRequest_endsItself_data()
+{
+    QTest::addColumn<QString>("program");
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("lastWords");
+    QTest::addRow("HMI") << KIV_HMI_CONSOLE << QStringList() << "the audio service gives no session\n";
+    QTest::addRow("player") << KIV_MEDIA_CONSOLE << QStringList{"music"}
+                            << "the audio service takes no stream\n";
+}
+
+void tst_BusLoss::example_busEndsInItsFirstRequest_endsItself()
+{
+    QFETCH(QString, program);
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, lastWords);
+    PrivateBus bus;
+    FakeService service;
+    service.Hold("openSession");
+    service.Appear();
+    QProcess example;
+    example.start(program, arguments);
+    QVERIFY(service.WaitForCalls("openSession", 1));
+    bus.Kill();
+    const bool hasEnded = example.waitForFinished(kFarBelowTheTimeOut);
+    example.kill();
+    example.waitForFinished();
+    QVERIFY(hasEnded);
+    QCOMPARE(QString::fromUtf8(example.readAllStandardOutput()), lastWords);
+    QCOMPARE(example.exitCode(), 1);
 }
 
 void tst_BusLoss::neverThere_everythingFailsAtOnce()
