@@ -113,7 +113,7 @@ int main(int argc, char** argv)
     std::optional<HmiConsole> console;
     // QT_LOGGING_RULES=default.debug=true shows the library's debug records.
     QLoggingCategory::setFilterRules("default.debug=false");
-    // From within the running event loop: only there does Qt notice that a bus has gone.
+    QDBusConnection::systemBus(); // a turn of the loop before the client: else Qt does not notice a lost bus
     QTimer::singleShot(0, &application, [&console] { console.emplace(); });
     return QCoreApplication::exec();
 }

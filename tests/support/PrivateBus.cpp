@@ -58,6 +58,7 @@ PrivateBus::PrivateBus(const QString& limits)
     if (m_Address.isEmpty()) {
         qFatal("dbus-daemon did not start: %s", qPrintable(m_Daemon.errorString()));
     }
+    m_ProcessId = m_Daemon.processId();
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_Address.toLatin1());
 }
 
@@ -78,6 +79,11 @@ void PrivateBus::Kill()
 {
     m_Daemon.kill();
     m_Daemon.waitForFinished();
+}
+
+void PrivateBus::Signal(int number) const
+{
+    ::kill(static_cast<pid_t>(m_ProcessId), number);
 }
 
 } // namespace KivTest

@@ -34,6 +34,9 @@ public:
     /** Kills the daemon at once, as a crash would. */
     void Kill();
 
+    /** Sends a signal to the daemon. May be called from any thread, unlike the rest. */
+    void Signal(int number) const;
+
 private:
     class Daemon : public QProcess
     {
@@ -44,6 +47,7 @@ private:
     QTemporaryDir m_Directory;
     Daemon m_Daemon;
     QString m_Address;
+    qint64 m_ProcessId = 0;
 };
 
 } // namespace KivTest
