@@ -67,6 +67,13 @@ double HeapKiB()
     return double(info.uordblks + info.hblkhd) / 1024;
 }
 
+// What is to be deleted later would count, and how much it is depends on how the last replies have come.
+void Settle()
+{
+    QCoreApplication::processEvents();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
 // As a library would that forgets something at each operation.
 void Leak(int operations, size_t bytes)
 {
@@ -83,6 +90,7 @@ QJsonObject Soak(const Work& work, int slices, int operations, size_t leak)
     for (int slice = 0; slice < slices; ++slice) {
         work(operations);
         Leak(operations, leak);
+        Settle();
         resident.append(ResidentKiB());
         heap.append(HeapKiB());
     }
