@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 //
-// Tells ThreadSanitizer how Qt's threads wait for one another. Qt is not compiled with it: its mutexes live on atomic
-// instructions and system calls that ThreadSanitizer does not see, and so everything that is handed from one thread
-// to another through Qt would look like a race. Instead of hiding such reports, where a true race would be hidden,
-// too, each function below stands in front of Qt's function of the same name and says what that one guarantees:
-// what a thread did before Release(key) is done for the thread that comes back from Acquire(key) later.
+// Tells ThreadSanitizer how Qt's threads wait for one another. Qt is not compiled with it: its mutexes live
+// on atomic instructions and system calls that ThreadSanitizer does not see, and so everything that is handed
+// from one thread to another through Qt would look like a race. Instead of hiding such reports, where a true
+// race would be hidden, too, each function below stands in front of Qt's function of the same name and says
+// what that one guarantees: what a thread did before Release(key) is done for the thread that comes back from
+// Acquire(key) later.
 //
-// Linked into the tests when they are built with KIV_SANITIZE=thread; not compiled with ThreadSanitizer itself.
+// Linked into the tests when they are built with KIV_SANITIZE=thread; not compiled with ThreadSanitizer
+// itself.
 #include <QCoreApplication>
 #include <QMetaObject>
 #include <QMutex>
@@ -58,7 +60,7 @@ Function Original(const char* symbol)
 
 #define KIV_ORIGINAL(Function, symbol) static const auto original = Original<Function>(symbol)
 
-/** Around each event that Qt delivers: after what was done before it was posted, before what waits for its end. */
+/** Around each event that Qt delivers: what was done before it was posted, and who waits for its end. */
 bool DeliverInOrder(void** data)
 {
     thread_local const QEvent* inDelivery = nullptr;

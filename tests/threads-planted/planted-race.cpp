@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Races on purpose, or takes care not to: shows what ThreadSanitizer sees of a program that uses the library from two
-// threads. Its argument says how; scripts/sanitize-threads knows which of them have to be reported.
+// Races on purpose, or takes care not to: shows what ThreadSanitizer sees of a program that uses the library
+// from two threads. Its argument says how; scripts/sanitize-threads knows which of them have to be reported.
 #include "BusSurroundings.h"
 #include "MediaApp.h"
 #include "PrivateBus.h"
@@ -54,7 +54,7 @@ void Await(const std::function<bool()>& isSo)
     }
 }
 
-/** Runs functions, each on a thread of its own, and handles events until something is so and the threads have ended. */
+/** Runs functions, each on a thread of its own; handles events until something is so and all have ended. */
 void RunThreads(
     const std::vector<std::function<void()>>& functions,
     const std::function<bool()>& isSo = [] { return true; })
