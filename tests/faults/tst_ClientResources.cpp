@@ -233,7 +233,7 @@ void tst_ClientResources::AddLives(const QString& kind)
     const auto add = [&kind](const char* end, const Life& life, bool isServiceThere, int requests, int usual,
                              int nightly) {
         QTest::newRow(qPrintable(kind + ", " + end))
-            << life << isServiceThere << requests << Rounds(usual, nightly);
+            << life << isServiceThere << requests << Nightly(nightly, usual);
     };
     add("powered down", &PoweredDown<Kind>, true, 0, 300, 10000);
     add("without Powerdown", &WithoutPowerdown<Kind>, true, 0, 50, 1000);

@@ -131,7 +131,7 @@ void tst_ThreadLoad::eightThreads_everyRequestCompletesOnce_data()
 void tst_ThreadLoad::eightThreads_everyRequestCompletesOnce()
 {
     QFETCH(bool, isHmi);
-    const int rounds = Rounds(500, 10000);
+    const int rounds = Nightly(10000, 500);
     const int count = kThreads * rounds;
     BothClients on;
     QLoggingCategory::defaultCategory()->setEnabled(QtDebugMsg, false);
@@ -170,7 +170,7 @@ void tst_ThreadLoad::eightThreads_everyRequestCompletesOnce()
 
 void tst_ThreadLoad::eightThreads_clientIsDeletedWhileTheyCallAnother()
 {
-    const int rounds = Rounds(100, 2000);
+    const int rounds = Nightly(2000, 100);
     BothClients on;
     QLoggingCategory::defaultCategory()->setEnabled(QtDebugMsg, false);
     Completions completions;
@@ -244,7 +244,7 @@ void tst_ThreadLoad::blockingRequest_foreignCallerWaitsUntilItIsThrough()
 
 void tst_ThreadLoad::eightThreads_ownClients_liveAndEndSideBySide()
 {
-    const int rounds = Rounds(20, 500);
+    const int rounds = Nightly(500, 20);
     LogCapture log;
     BusSurroundings on;
     QLoggingCategory::defaultCategory()->setEnabled(QtDebugMsg, false);

@@ -7,10 +7,6 @@
 
 namespace KivTest {
 
-/** How often a test repeats itself: seldom, unless KIV_NIGHTLY=1 is in the environment. */
-inline int Rounds(int usual, int nightly)
-{
-    return qEnvironmentVariableIntValue("KIV_NIGHTLY") != 0 ? nightly : usual;
 /** Whether the tests may take minutes: KIV_NIGHTLY=1. Nothing is left out otherwise, only done less often. */
 inline bool IsNightly()
 {
