@@ -10,6 +10,7 @@
 #include "TestMain.h"
 
 #include <QDBusServiceWatcher>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QThread>
@@ -19,6 +20,7 @@
 #include <csignal>
 #include <functional>
 #include <memory>
+#include <thread>
 
 using namespace KivTest;
 using namespace Audio::Utils::Kiv::QtDbus;
@@ -213,6 +215,8 @@ private Q_SLOTS:
     void lostBetweenTwoSteps_initialisationFailsOnce();
     void lostBetweenTwoSteps_late_initialisationFailsOnce_data();
     void lostBetweenTwoSteps_late_initialisationFailsOnce();
+    void leavesBetweenTwoSteps_initialisationFails_data();
+    void leavesBetweenTwoSteps_initialisationFails();
 
 private:
     void CheckLifeInBothDirections(Stage& stage);
@@ -419,30 +423,23 @@ void tst_ServiceLoss::callsBack_duringAsyncRequests_isAnsweredAtOnce()
 
 void tst_ServiceLoss::lostBetweenTwoSteps_initialisationFailsOnce_data()
 {
-    QTest::addColumn<QString>("kind");
     QTest::addColumn<QString>("method");
     QTest::addColumn<QString>("role");
     QTest::addColumn<bool>("hasSession");
-    for (const QString kind : {"crash", "leave"}) {
-        const bool isAnswered = kind == "leave"; // the service is lost after the step, not in it
-        QTest::addRow("%s, HMI, session", qPrintable(kind)) << kind << "openSession"
-                                                            << "hmi" << isAnswered;
-        QTest::addRow("%s, HMI, mode list", qPrintable(kind)) << kind << "getModeList"
-                                                              << "hmi" << true;
-        QTest::addRow("%s, player, session", qPrintable(kind)) << kind << "openSession"
-                                                               << "app" << isAnswered;
-    }
-    QTest::addRow("crash, HMI, mode") << "crash"
-                                      << "getMode"
-                                      << "hmi" << true;
-    QTest::addRow("crash, player, registration") << "crash"
-                                                 << "registerAudioStream"
-                                                 << "app" << true;
+    QTest::newRow("HMI, session") << "openSession"
+                                  << "hmi" << false;
+    QTest::newRow("HMI, mode list") << "getModeList"
+                                    << "hmi" << true;
+    QTest::newRow("HMI, mode") << "getMode"
+                               << "hmi" << true;
+    QTest::newRow("player, session") << "openSession"
+                                     << "app" << false;
+    QTest::newRow("player, registration") << "registerAudioStream"
+                                          << "app" << true;
 }
 
 void tst_ServiceLoss::lostBetweenTwoSteps_initialisationFailsOnce()
 {
-    QFETCH(QString, kind);
     QFETCH(QString, method);
     QFETCH(QString, role);
     QFETCH(bool, hasSession);
@@ -455,7 +452,7 @@ void tst_ServiceLoss::lostBetweenTwoSteps_initialisationFailsOnce()
     ServiceProviderClient& client =
         role == "hmi" ? static_cast<ServiceProviderClient&>(screen.hmi) : music.app;
     QSignalSpy initCompleted(&client, &KivBaseClient::SignalInitCompleted);
-    QVERIFY(control.Arm(QStringLiteral(R"({"kind":"%1","method":"%2"})").arg(kind, method)) != 0);
+    QVERIFY(control.Arm(QStringLiteral(R"({"kind":"crash","method":"%1"})").arg(method)) != 0);
 
     QElapsedTimer clock;
     clock.start();
@@ -479,7 +476,6 @@ void tst_ServiceLoss::lostBetweenTwoSteps_late_initialisationFailsOnce_data()
 
 void tst_ServiceLoss::lostBetweenTwoSteps_late_initialisationFailsOnce()
 {
-    QFETCH(QString, kind);
     QFETCH(QString, method);
     QFETCH(QString, role);
     QFETCH(bool, hasSession);
@@ -492,7 +488,7 @@ void tst_ServiceLoss::lostBetweenTwoSteps_late_initialisationFailsOnce()
     ServiceProviderClient& client =
         role == "hmi" ? static_cast<ServiceProviderClient&>(screen.hmi) : music.app;
     QSignalSpy initCompleted(&client, &KivBaseClient::SignalInitCompleted);
-    QVERIFY(control.Arm(QStringLiteral(R"({"kind":"%1","method":"%2"})").arg(kind, method)) != 0);
+    QVERIFY(control.Arm(QStringLiteral(R"({"kind":"crash","method":"%1"})").arg(method)) != 0);
 
     QCOMPARE(client.Initialize(), KivBaseClient::INIT_STATE_WAITING_FOR_KIV);
     QVERIFY(control.Do(R"({"do":"return"})"));
@@ -506,6 +502,48 @@ void tst_ServiceLoss::lostBetweenTwoSteps_late_initialisationFailsOnce()
     QVERIFY(HandleArrivedEvents(screen.bus));
     QCOMPARE(client.CurrentInitState(), KivBaseClient::INIT_STATE_FAILED);
     QCOMPARE(initCompleted, expected);
+    client.HandleCloseSessionReply(false, {});
+}
+
+void tst_ServiceLoss::leavesBetweenTwoSteps_initialisationFails_data()
+{
+    QTest::addColumn<QString>("method");
+    QTest::addColumn<QString>("role");
+    QTest::newRow("HMI, after the session") << "openSession"
+                                            << "hmi";
+    QTest::newRow("HMI, after the mode list") << "getModeList"
+                                              << "hmi";
+    QTest::newRow("player, after the session") << "openSession"
+                                               << "app";
+}
+
+void tst_ServiceLoss::leavesBetweenTwoSteps_initialisationFails()
+{
+    QFETCH(QString, method);
+    QFETCH(QString, role);
+    LogCapture log;
+    FakeService service;
+    service.Answer("openSession", R"({"sessionId":7})");
+    service.Hold(method);
+    service.Appear();
+    HmiClient screen("/screen");
+    AppClient music("/music", "Music", true);
+    ServiceProviderClient& client =
+        role == "hmi" ? static_cast<ServiceProviderClient&>(screen.hmi) : music.app;
+    std::thread leaver([&] { // gives up its name before it answers, as no later request is to find it
+        const QDeadlineTimer deadline(kPatience);
+        while (service.ArgumentsOf(method).isEmpty() && !deadline.hasExpired()) {
+            std::this_thread::yield();
+        }
+        service.Leave();
+        service.Release(method);
+    });
+    const KivBaseClient::InitState state = client.Initialize();
+    leaver.join();
+
+    QCOMPARE(state, KivBaseClient::INIT_STATE_FAILED);
+    QVERIFY(client.IsSessionOpen());
+    QCOMPARE(service.Calls().last().methodName, method);
     client.HandleCloseSessionReply(false, {});
 }
 
