@@ -499,7 +499,7 @@ QString ReadDocument()
 // What follows a title, up to the next title of its kind or above.
 QString Part(const QString& text, const QString& title)
 {
-    const int begin = text.indexOf("\n" + title + "\n");
+    const auto begin = text.indexOf("\n" + title + "\n");
     if (begin < 0) {
         return QString();
     }

@@ -253,7 +253,7 @@ private:
 
     QString Mutated(QString json)
     {
-        const int place = Below(json.size() + 1);
+        const int place = Below(int(json.size()) + 1);
         switch (Below(4)) {
         case 0:
             json.truncate(place);

@@ -67,7 +67,7 @@ struct Fixture
     }
 
     QVector<RecordedRequest> Requests() { return fakes.Exchange().Requests(); }
-    int AdaptorCount() const { return client.findChildren<ServiceProviderAdaptor*>().size(); }
+    int AdaptorCount() const { return int(client.findChildren<ServiceProviderAdaptor*>().size()); }
 
     LogCapture log;
     FakeSurroundings fakes;

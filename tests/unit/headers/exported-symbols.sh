@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 #
-# exported-symbols.sh <library> <include directory>
+# exported-symbols.sh <library> <include directory> […]
 #
 # Checks that the shared library exports every class of the public headers, the two functions of the parameter
 # codec, and nothing else.
