@@ -504,7 +504,7 @@ QString Part(const QString& text, const QString& title)
         return QString();
     }
     const QString level = title.section(' ', 0, 0);
-    const int next =
+    const auto next =
         text.indexOf(QRegularExpression("\n#{2," + QString::number(level.size()) + "} "), begin + 1);
     return text.mid(begin + 1, next < 0 ? -1 : next - begin - 1);
 }
