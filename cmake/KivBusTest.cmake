@@ -1,4 +1,5 @@
-# The function of the component Testing; loaded by find_package(kiv-qtdbus-lib COMPONENTS Testing).
+# The function of the component Testing; loaded by find_package(kiv-qtdbus-lib COMPONENTS Testing),
+# and by that of kiv-qtdbus-lib-qt6.
 cmake_policy(VERSION 3.16)
 
 set(KIV_AUDIO_SIMULATOR "" CACHE FILEPATH
@@ -94,10 +95,13 @@ function(_kiv_find_simulator result)
         set(${result} ${KIV_AUDIO_SIMULATOR} PARENT_SCOPE)
         return()
     endif()
-    if(NOT TARGET kiv-qtdbus-lib::kiv-audio-simulator)
-        _kiv_refuse_bus_test("call find_package(kiv-qtdbus-lib COMPONENTS Testing) in this folder or one above it.")
-    endif()
-    set(${result} $<TARGET_FILE:kiv-qtdbus-lib::kiv-audio-simulator> PARENT_SCOPE)
+    foreach(package IN ITEMS kiv-qtdbus-lib kiv-qtdbus-lib-qt6)
+        if(TARGET ${package}::kiv-audio-simulator)
+            set(${result} $<TARGET_FILE:${package}::kiv-audio-simulator> PARENT_SCOPE)
+            return()
+        endif()
+    endforeach()
+    _kiv_refuse_bus_test("call find_package(kiv-qtdbus-lib COMPONENTS Testing) in this folder or one above it.")
 endfunction()
 
 function(_kiv_find_command result)

@@ -38,7 +38,7 @@ private:
             return;
         }
         m_Buffer.append(chunk, static_cast<int>(size));
-        for (int end = m_Buffer.indexOf('\n'); end >= 0; end = m_Buffer.indexOf('\n')) {
+        for (auto end = m_Buffer.indexOf('\n'); end >= 0; end = m_Buffer.indexOf('\n')) {
             const QString line = QString::fromUtf8(m_Buffer.left(end)).trimmed();
             m_Buffer.remove(0, end + 1);
             m_OnLine(line);

@@ -7,6 +7,7 @@
 #include "client/FailedReply.h"
 #include "client/ReplyWatch.h"
 #include "logging/Log.h"
+#include "logging/Qt5Text.h"
 #include "protocol/Vocabulary.h"
 
 #include <QPointer>
@@ -100,7 +101,7 @@ bool AudioManagerHmi::GetModeList(const QString& aDestination)
     for (const QVariant& value : qAsConst(reply)) {
         const QStringList modes = value.toStringList();
         m_ModeList += modes;
-        qCDebug(Log) << "AudioManagerHmi::GetModeList -- Mode list:" << modes;
+        qCDebug(Log) << "AudioManagerHmi::GetModeList -- Mode list:" << Qt5Text(modes);
     }
     return true;
 }
@@ -119,7 +120,7 @@ bool AudioManagerHmi::GetMode(const QString& aDestination)
     }
     QMap<QString, QVariant> reply;
     GetParameters(result, reply);
-    qCDebug(Log) << "AudioManagerHmi::GetMode -- Got Result:" << reply.size() << reply;
+    qCDebug(Log) << "AudioManagerHmi::GetMode -- Got Result:" << reply.size() << Qt5Text(reply);
     m_CurrentModeList +=
         AllStringsOf(reply); // accumulates: the first mode ever received stays the current one
     m_CurrentMode = FirstOf(m_CurrentModeList);
@@ -146,22 +147,24 @@ QDBusPendingReply<QString> AudioManagerHmi::StartGetModeRequest(const QString& a
 bool AudioManagerHmi::HandleGetModeListReply(bool aError, QMap<QString, QVariant> aParameters)
 {
     if (aError) {
-        qCWarning(Log) << "AudioManagerHmi::HandleSetModeReply -- Request failed with reply" << aParameters;
+        qCWarning(Log) << "AudioManagerHmi::HandleSetModeReply -- Request failed with reply"
+                       << Qt5Text(aParameters);
         return false;
     }
     m_ModeList = AllStringsOf(aParameters);
-    qCDebug(Log) << "AudioManagerHmi::HandleGetModeListReply -- Mode list:" << m_ModeList;
+    qCDebug(Log) << "AudioManagerHmi::HandleGetModeListReply -- Mode list:" << Qt5Text(m_ModeList);
     return true;
 }
 
 bool AudioManagerHmi::HandleGetModeReply(bool aError, QMap<QString, QVariant> aParameters)
 {
     if (aError) {
-        qCWarning(Log) << "AudioManagerHmi::HandleSetModeReply -- Request failed with reply" << aParameters;
+        qCWarning(Log) << "AudioManagerHmi::HandleSetModeReply -- Request failed with reply"
+                       << Qt5Text(aParameters);
         return false;
     }
     m_CurrentModeList = AllStringsOf(aParameters);
-    qCDebug(Log) << "AudioManagerHmi::HandleGetModeReply -- Current mode list:" << m_CurrentModeList;
+    qCDebug(Log) << "AudioManagerHmi::HandleGetModeReply -- Current mode list:" << Qt5Text(m_CurrentModeList);
     m_CurrentMode = FirstOf(m_CurrentModeList);
     qCDebug(Log) << "AudioManagerHmi::HandleGetModeReply -- Current mode:" << m_CurrentMode;
     return true;
@@ -231,7 +234,7 @@ bool AudioManagerHmi::StartSetModeRequest(const QString& aModeName, QDBusPending
     }
 
     qCDebug(Log) << "AudioManagerHmi::StartSetModeRequest -- Requested mode" << aModeName
-                 << "is not in the mode list:" << m_ModeList;
+                 << "is not in the mode list:" << Qt5Text(m_ModeList);
     if (m_PendingSetModeRequestId != 0 && m_PendingMode == aModeName) {
         qCDebug(Log) << "AudioManagerHmi::StartSetModeRequest -- Keeping existing identical pending mode set "
                         "request with ID"
@@ -282,7 +285,7 @@ bool AudioManagerHmi::HandleSetModeReply(bool aError, QMap<QString, QVariant> aP
 {
     if (aError) {
         qCWarning(Log) << "AudioManagerHmi::HandleSetModeReply -- Request" << aRequestId
-                       << "failed with reply" << aParameters;
+                       << "failed with reply" << Qt5Text(aParameters);
         return false;
     }
     if (aRequestId == m_PendingSetModeRequestId) {

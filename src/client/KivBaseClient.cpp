@@ -8,6 +8,7 @@
 #include "client/FailedReply.h"
 #include "client/ReplyWatch.h"
 #include "logging/Log.h"
+#include "logging/Qt5Text.h"
 #include "protocol/Vocabulary.h"
 
 #include <QDBusConnection>
@@ -222,7 +223,7 @@ bool KivBaseClient::HandleReply(QDBusPendingReply<QString> reply, const ReplyHan
         GetParameters(reply.value(), parameters);
         const auto errCode = parameters.constFind(Key::ErrCode);
         if (errCode != parameters.constEnd()) {
-            qCCritical(Log) << "KivBaseClient::HandleReply -- Received error code:" << *errCode;
+            qCCritical(Log) << "KivBaseClient::HandleReply -- Received error code:" << Qt5Text(*errCode);
             failed = true;
         }
     }

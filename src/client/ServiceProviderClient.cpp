@@ -9,6 +9,7 @@
 #include "client/BlockingCall.h"
 #include "client/FailedReply.h"
 #include "logging/Log.h"
+#include "logging/Qt5Text.h"
 #include "protocol/Vocabulary.h"
 
 namespace Audio::Utils::Kiv::QtDbus {
@@ -104,7 +105,7 @@ bool ServiceProviderClient::OpenSession()
     }
     QMap<QString, QVariant> reply;
     GetParameters(result, reply);
-    qCDebug(Log) << reply;
+    qCDebug(Log) << Qt5Text(reply);
     if (!reply.contains(Key::SessionId)) {
         return false;
     }

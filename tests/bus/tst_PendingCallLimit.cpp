@@ -45,7 +45,7 @@ struct Surroundings
             ids.insert(app.AudioActiveAsync(true));
         }
         ids.remove(0);
-        return ids.size();
+        return int(ids.size());
     }
 
     /** How many requests have completed exactly once, and with this result. */

@@ -323,8 +323,8 @@ void tst_ServiceInterface::adaptor_introspection_showsTheElevenLines()
     const QString opening = "  <interface name=\"com.quorvantel.ServiceProvider\">\n";
     QCOMPARE(text.count(opening), 1);
     const QString ending = "  </interface>\n";
-    const int start = text.indexOf(opening);
-    const int end = text.indexOf(ending, start) + ending.size();
+    const auto start = text.indexOf(opening);
+    const auto end = text.indexOf(ending, start) + ending.size();
     QCOMPARE(text.mid(start, end - start), kIntrospection);
     QCOMPARE(kIntrospection.size(), 420);
     QCOMPARE(probe.Interfaces(exported.bus.baseService(), kClientPath),

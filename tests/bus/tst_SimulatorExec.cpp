@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "FakeService.h"
+#include "PreparedProcess.h"
 #include "SimulatorProcess.h"
 
 #include <QCoreApplication>
@@ -181,7 +182,7 @@ private:
 };
 
 /** A process whose standard streams are a terminal that it controls; what is written to it here was typed. */
-class TerminalProcess : public QProcess
+class TerminalProcess : public Tools::PreparedProcess
 {
 public:
     TerminalProcess()
@@ -223,7 +224,7 @@ public:
     }
 
 protected:
-    void setupChildProcess() override
+    void Prepare() override
     {
         ::setsid();
         const int terminal = ::open(m_Name.constData(), O_RDWR);

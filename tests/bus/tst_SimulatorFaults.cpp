@@ -58,8 +58,8 @@ struct Stage
     void Begin()
     {
         log.Clear();
-        m_ScreenMark = m_Screen.List().size();
-        m_MusicMark = m_Music.All().size();
+        m_ScreenMark = int(m_Screen.List().size());
+        m_MusicMark = int(m_Music.All().size());
     }
 
     /** The signals of the clients since Begin(). */

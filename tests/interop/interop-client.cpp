@@ -187,7 +187,7 @@ private:
             return;
         }
         m_Pending.append(buffer, static_cast<int>(size));
-        for (int end = m_Pending.indexOf('\n'); end >= 0; end = m_Pending.indexOf('\n')) {
+        for (auto end = m_Pending.indexOf('\n'); end >= 0; end = m_Pending.indexOf('\n')) {
             m_Session.Obey(QString::fromUtf8(m_Pending.left(end)));
             m_Pending.remove(0, end + 1);
         }

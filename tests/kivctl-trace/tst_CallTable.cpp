@@ -108,7 +108,7 @@ void tst_CallTable::manyUnansweredCalls_staysWithinItsCapacity()
     CallTable table;
     int dropped = 0;
     for (quint32 serial = 1; serial <= 100000; ++serial) {
-        dropped += table.Add(Call(":1.1", serial, "a")).size();
+        dropped += int(table.Add(Call(":1.1", serial, "a")).size());
     }
     QCOMPARE(table.Size(), 10000);
     QCOMPARE(dropped, 90000);

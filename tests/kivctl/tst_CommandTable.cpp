@@ -25,8 +25,8 @@ QStringList LinesOf(const QString& path)
 /** The lines between two lines, without these. */
 QStringList Between(const QStringList& lines, const QString& begin, const QString& end)
 {
-    const int first = lines.indexOf(begin);
-    const int last = lines.indexOf(end, first + 1);
+    const auto first = lines.indexOf(begin);
+    const auto last = lines.indexOf(end, first + 1);
     return first < 0 || last < 0 ? QStringList{"the marks are missing"}
                                  : lines.mid(first + 1, last - first - 1);
 }

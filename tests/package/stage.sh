@@ -1,9 +1,10 @@
 # shellcheck shell=bash disable=SC2034 # what is set here is used by the scripts
-# What the scripts of this folder share; sourced, with the arguments BUILD-FOLDER CMAKE GENERATOR COMPILER LIBDIR.
+# What the scripts of this folder share; sourced, with the arguments BUILD-FOLDER CMAKE GENERATOR COMPILER LIBDIR
+# QT-MAJOR PACKAGE PROGRAM-FOLDER.
 # Installs a build, moves the tree, and lets nobody find a bus.
 # SPDX-License-Identifier: MIT
 set -euo pipefail
-build=$1 cmake=$2 generator=$3 compiler=$4 libdir=$5
+build=$1 cmake=$2 generator=$3 compiler=$4 libdir=$5 qt_major=$6 package=$7 programs=$8
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 root=$(cd "$here/../.." && pwd)
 stage=$(mktemp -d)
@@ -23,7 +24,7 @@ configure() {
     local project=$1 folder=$2
     shift 2
     "$cmake" -S "$project" -B "$folder" -G "$generator" -DCMAKE_PREFIX_PATH="$installed" \
-        -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="${warnings[*]}" "$@"
+        -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="${warnings[*]}" -DPACKAGE="$package" "$@"
 }
 
 # example NAME HEADER-FOLDER: makes a source file of the example on standard input, with all headers of a folder.

@@ -90,7 +90,7 @@ bool LogCapture::Contains(const LogRecord& record) const
 
 int LogCapture::Count(const LogRecord& record) const
 {
-    return Records().count(record);
+    return static_cast<int>(Records().count(record));
 }
 
 QVector<LogRecord> LogCapture::Complaints() const

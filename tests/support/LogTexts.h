@@ -3,6 +3,7 @@
 #define KIV_TESTS_LOGTEXTS_H
 
 #include "LogCapture.h"
+#include "logging/Qt5Text.h"
 
 #include <QByteArray>
 #include <QDebug>
@@ -17,14 +18,14 @@
 
 namespace KivTest {
 
-/** The text of a log record that streams these items. */
+/** The text of a log record that streams these items, with Qt 5; what it is for lists see tst_Qt5Text. */
 template <typename... Items>
 QString Streamed(const Items&... items)
 {
     QString text;
     {
         QDebug stream(&text);
-        (void)(stream << ... << items);
+        (void)(stream << ... << Audio::Utils::Kiv::QtDbus::Qt5Text(items));
     }
     if (text.endsWith(QLatin1Char(' '))) {
         text.chop(1);

@@ -30,7 +30,7 @@ const char* const configuration =
 } // namespace
 
 // A daemon must not outlive a test program that crashes.
-void PrivateBus::Daemon::setupChildProcess()
+void PrivateBus::Daemon::Prepare()
 {
     ::prctl(PR_SET_PDEATHSIG, SIGTERM);
 }

@@ -2,7 +2,8 @@
 #ifndef KIV_TESTS_PRIVATEBUS_H
 #define KIV_TESTS_PRIVATEBUS_H
 
-#include <QProcess>
+#include "PreparedProcess.h"
+
 #include <QString>
 #include <QTemporaryDir>
 
@@ -38,10 +39,10 @@ public:
     void Signal(int number) const;
 
 private:
-    class Daemon : public QProcess
+    class Daemon : public Tools::PreparedProcess
     {
     protected:
-        void setupChildProcess() override;
+        void Prepare() override;
     };
 
     QTemporaryDir m_Directory;

@@ -499,12 +499,12 @@ QString ReadDocument()
 // What follows a title, up to the next title of its kind or above.
 QString Part(const QString& text, const QString& title)
 {
-    const int begin = text.indexOf("\n" + title + "\n");
+    const auto begin = text.indexOf("\n" + title + "\n");
     if (begin < 0) {
         return QString();
     }
     const QString level = title.section(' ', 0, 0);
-    const int next =
+    const auto next =
         text.indexOf(QRegularExpression("\n#{2," + QString::number(level.size()) + "} "), begin + 1);
     return text.mid(begin + 1, next < 0 ? -1 : next - begin - 1);
 }

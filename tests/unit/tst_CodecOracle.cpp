@@ -253,7 +253,7 @@ private:
 
     QString Mutated(QString json)
     {
-        const int place = Below(json.size() + 1);
+        const int place = Below(int(json.size()) + 1);
         switch (Below(4)) {
         case 0:
             json.truncate(place);
@@ -277,9 +277,9 @@ QString Described(const ParameterMap& parameters)
     for (auto entry = parameters.constBegin(); entry != parameters.constEnd(); ++entry) {
         const bool isList = entry->userType() == QMetaType::QStringList;
         const QString text = isList ? '(' + entry->toStringList().join("|") + ')' : entry->toString();
-        entries.append(QString("%1 = %2 %3 %4")
-                           .arg(entry.key(), QString::fromLatin1(entry->typeName()),
-                                entry->isNull() ? "null" : "", text));
+        entries.append(
+            QString("%1 = %2 %3 %4")
+                .arg(entry.key(), QString::fromLatin1(entry->typeName()), text.isNull() ? "null" : "", text));
     }
     return entries.join('\n');
 }

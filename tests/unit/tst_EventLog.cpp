@@ -223,7 +223,7 @@ void tst_EventLog::excerpt_hasThePartThatFits()
         const EventLog::Excerpt excerpt = log.Read(next);
         QCOMPARE(excerpt.next, next + static_cast<quint32>(excerpt.lines.size()));
         next = excerpt.next;
-        parts.append(excerpt.lines.size());
+        parts.append(int(excerpt.lines.size()));
         lines += excerpt.lines;
     }
     QCOMPARE(parts, (QVector<int>{8, 8, 4, 0}));

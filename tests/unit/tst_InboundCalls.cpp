@@ -29,7 +29,7 @@ class CountingConnection : public FakeAdaptorConnection
 public:
     bool RegisterObject(const QString& busName, const QString& objectPath, QObject* object) override
     {
-        m_AdaptorCounts.append(object->findChildren<ServiceProviderAdaptor*>().size());
+        m_AdaptorCounts.append(int(object->findChildren<ServiceProviderAdaptor*>().size()));
         return FakeAdaptorConnection::RegisterObject(busName, objectPath, object);
     }
 
@@ -67,7 +67,7 @@ struct Fixture
     }
 
     QVector<RecordedRequest> Requests() { return fakes.Exchange().Requests(); }
-    int AdaptorCount() const { return client.findChildren<ServiceProviderAdaptor*>().size(); }
+    int AdaptorCount() const { return int(client.findChildren<ServiceProviderAdaptor*>().size()); }
 
     LogCapture log;
     FakeSurroundings fakes;

@@ -67,7 +67,7 @@ struct Fixture
 
     FakeExchange& Exchange() { return factory.Exchange(); }
 
-    int WatcherCount() const { return client->findChildren<QDBusPendingCallWatcher*>().size(); }
+    int WatcherCount() const { return int(client->findChildren<QDBusPendingCallWatcher*>().size()); }
 
     quint32 Watch(const QString& methodName, const KivBaseClient::ReplyHandler& handler, unsigned int id = 0)
     {

@@ -34,7 +34,7 @@ void PatientWriter::Write(const QByteArray& text)
             m_HasGivenUp = true;
             return;
         }
-        const auto part = static_cast<std::size_t>(std::min(PIPE_BUF, text.size() - done));
+        const auto part = static_cast<std::size_t>(qMin<qint64>(PIPE_BUF, text.size() - done));
         if (std::fwrite(text.constData() + done, 1, part, m_Stream) != part || std::fflush(m_Stream) != 0) {
             return;
         }

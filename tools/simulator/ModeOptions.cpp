@@ -49,7 +49,7 @@ void AddModes(QVector<DestinationModes>& all, const QString& destination, const 
 
 void AddModes(QVector<DestinationModes>& all, const QStringList& destinations, const QString& text)
 {
-    const int equals = text.indexOf(QLatin1Char('='));
+    const auto equals = text.indexOf(QLatin1Char('='));
     const QStringList modes = text.mid(equals + 1).split(QLatin1Char(','));
     const QStringList targets = equals < 0 ? destinations : QStringList(text.left(equals));
     for (const QString& target : targets) {

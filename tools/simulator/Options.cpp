@@ -103,7 +103,7 @@ quint32 ReadNumber(const CommandLine& line, const QCommandLineOption& option, qu
 
 LogFormat ReadLogFormat(const QString& text)
 {
-    const int place =
+    const auto place =
         QStringList{QStringLiteral("off"), QStringLiteral("text"), QStringLiteral("json")}.indexOf(text);
     if (place < 0) {
         throw Tools::UsageError(

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 #
-# exported-symbols.sh <library> <include directory>
+# exported-symbols.sh <library> <include directory> […]
 #
 # Checks that the shared library exports every class of the public headers, the two functions of the parameter
 # codec, and nothing else.
@@ -25,9 +25,9 @@ for header in "$include"/*.h; do
 done
 functions=("${namespace}::AddParameters(" "${namespace}::GetParameters(")
 
-# What a debug build does not inline of the standard library and of Qt is weak, and no part of the interface.
+# What a debug build does not inline of the standard library and of Qt is weak or unique, and no part of the interface.
 symbols=$(nm -D --defined-only "$library" | awk '
-    $2 ~ /^[WV]$/ && $3 ~ /^_Z(T[VIS])?N?[KRO]*(St|S[absiod]|9__gnu_cxx|[0-9]+[Qq][A-Za-z])/ { next }
+    $2 ~ /^[WVu]$/ && $3 ~ /^_Z(T[VIS])?N?[KRO]*(St|S[absiod]|9__gnu_cxx|[0-9]+[Qq][A-Za-z])/ { next }
     $2 == "u" || $2 ~ /^[A-Z]$/ { print $3 }' | c++filt)
 
 published=$(printf '%s\n' "${classes[@]}" | paste -sd'|')

@@ -1,20 +1,22 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 #
-# needed-libraries.sh <library>
+# needed-libraries.sh <library> <include directory> <major version of Qt>
 #
 # Checks that the shared library needs Qt Core, Qt D-Bus, cJSON and the C and C++ run time, and nothing else.
 set -euo pipefail
 export LC_ALL=C
 
-library=${1:?usage: needed-libraries.sh <library>}
+library=${1:?usage: needed-libraries.sh <library> <include directory> <major version of Qt>}
+core=libQt${3:?}Core.so.$3
+dbus=libQt$3DBus.so.$3
 
 needed=$(readelf -d "$library" | sed -n 's/.*(NEEDED).*\[\(.*\)\].*/\1/p')
 
 status=0
 for name in $needed; do
     case $name in
-        libQt5Core.so.5 | libQt5DBus.so.5 | libcjson.so.1) ;;
+        "$core" | "$dbus" | libcjson.so.1) ;;
         libstdc++.so.6 | libgcc_s.so.1 | libc.so.6 | libm.so.6) ;;
         *)
             echo "error: $library needs $name, which it should do without"
@@ -22,7 +24,7 @@ for name in $needed; do
             ;;
     esac
 done
-for name in libQt5Core.so.5 libQt5DBus.so.5 libcjson.so.1; do
+for name in "$core" "$dbus" libcjson.so.1; do
     if ! grep -qFx "$name" <<<"$needed"; then
         echo "error: $library does not name $name among the libraries that it needs"
         status=1

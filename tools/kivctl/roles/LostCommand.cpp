@@ -8,7 +8,7 @@
 namespace Kivctl {
 
 LostCommand::LostCommand(const QString& command, const QString& focus, QObject* parent)
-    : QProcess(parent),
+    : PreparedProcess(parent),
       m_Command(command)
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -27,7 +27,7 @@ void LostCommand::Run()
     start(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), m_Command});
 }
 
-void LostCommand::setupChildProcess()
+void LostCommand::Prepare()
 {
     ::dup2(STDERR_FILENO, STDOUT_FILENO);
     Tools::TerminationSignal::Unblock();

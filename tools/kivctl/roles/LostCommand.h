@@ -2,7 +2,8 @@
 #ifndef KIVCTL_ROLES_LOSTCOMMAND_H
 #define KIVCTL_ROLES_LOSTCOMMAND_H
 
-#include <QProcess>
+#include "PreparedProcess.h"
+
 #include <QString>
 
 namespace Kivctl {
@@ -12,7 +13,7 @@ namespace Kivctl {
  *
  * What it prints goes to standard error: standard output is for data.
  */
-class LostCommand : public QProcess
+class LostCommand : public Tools::PreparedProcess
 {
     Q_OBJECT
 
@@ -30,7 +31,7 @@ Q_SIGNALS:
     void Done();
 
 protected:
-    void setupChildProcess() override;
+    void Prepare() override;
 
 private:
     void Finish(int exitCode);

@@ -59,7 +59,7 @@ QVector<TraceRecord> CallTable::TakeAll()
 
 int CallTable::Size() const
 {
-    return m_Calls.size();
+    return static_cast<int>(m_Calls.size());
 }
 
 } // namespace Kivctl

@@ -46,13 +46,13 @@ bool CaptureInput::Skip(qint64 count, const char* what)
     return Has(count, what) && m_Device.seek(m_Device.pos() + count);
 }
 
-quint16 CaptureInput::Number16(const QByteArray& bytes, int offset) const
+quint16 CaptureInput::Number16(const QByteArray& bytes, qint64 offset) const
 {
     const char* const place = bytes.constData() + offset;
     return m_IsBigEndian ? qFromBigEndian<quint16>(place) : qFromLittleEndian<quint16>(place);
 }
 
-quint32 CaptureInput::Number32(const QByteArray& bytes, int offset) const
+quint32 CaptureInput::Number32(const QByteArray& bytes, qint64 offset) const
 {
     const char* const place = bytes.constData() + offset;
     return m_IsBigEndian ? qFromBigEndian<quint32>(place) : qFromLittleEndian<quint32>(place);

@@ -23,8 +23,8 @@ public:
     bool Skip(qint64 count, const char* what);
 
     /** Numbers in bytes that were read. @p offset must lie inside. */
-    quint16 Number16(const QByteArray& bytes, int offset) const;
-    quint32 Number32(const QByteArray& bytes, int offset) const;
+    quint16 Number16(const QByteArray& bytes, qint64 offset) const;
+    quint32 Number32(const QByteArray& bytes, qint64 offset) const;
 
     qint64 Offset() const;
     bool AtEnd() const;

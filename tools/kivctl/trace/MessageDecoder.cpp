@@ -120,7 +120,8 @@ std::optional<BusMessage> MessageDecoder::Decode(QByteArray bytes, qint64 fullLe
         Complete(bytes, fullLength);
     }
     BusError failure;
-    const MessagePtr message(dbus_message_demarshal(bytes.constData(), bytes.size(), failure.Get()));
+    const MessagePtr message(
+        dbus_message_demarshal(bytes.constData(), static_cast<int>(bytes.size()), failure.Get()));
     if (!message) {
         *error = failure.Text();
         return std::nullopt;

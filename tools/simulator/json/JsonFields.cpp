@@ -90,12 +90,12 @@ std::optional<int> JsonFields::Choice(const char* key, const QStringList& choice
     if (!node) {
         return std::nullopt;
     }
-    const int place = node->type == JsonNode::Type::Text ? choices.indexOf(node->scalar.toString()) : -1;
+    const auto place = node->type == JsonNode::Type::Text ? choices.indexOf(node->scalar.toString()) : -1;
     if (place < 0) {
         const QString expected = QStringLiteral("one of \"%1\"").arg(choices.join(QStringLiteral("\", \"")));
         throw Unexpected(QString::fromLatin1(key), expected, *node);
     }
-    return place;
+    return static_cast<int>(place);
 }
 
 std::optional<bool> JsonFields::Flag(const char* key)

@@ -28,7 +28,7 @@ public:
 
     int LineAt(std::size_t offset)
     {
-        const int end = std::min(static_cast<int>(offset), m_Text.size());
+        const auto end = qMin<qint64>(static_cast<qint64>(offset), m_Text.size());
         m_Line += static_cast<int>(std::count(m_Text.cbegin() + m_Counted, m_Text.cbegin() + end, '\n'));
         m_Counted = end;
         return m_Line;
@@ -36,7 +36,7 @@ public:
 
 private:
     const QByteArray& m_Text;
-    int m_Counted = 0;
+    qint64 m_Counted = 0;
     int m_Line = 1;
 };
 

@@ -20,7 +20,7 @@ constexpr int stopTime = 2000;   // ms
 
 } // namespace
 
-void ChildProcess::setupChildProcess()
+void ChildProcess::Prepare()
 {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (::getppid() != m_Parent) { // it has died before it could be watched
@@ -92,9 +92,9 @@ QString HelperProcess::HowItEnded() const
         .arg(QString::fromLocal8Bit(::strsignal(exitCode())));
 }
 
-void HelperProcess::setupChildProcess()
+void HelperProcess::Prepare()
 {
-    ChildProcess::setupChildProcess();
+    ChildProcess::Prepare();
     ::setsid();
 }
 

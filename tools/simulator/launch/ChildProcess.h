@@ -2,7 +2,8 @@
 #ifndef SIMULATOR_CHILDPROCESS_H
 #define SIMULATOR_CHILDPROCESS_H
 
-#include <QProcess>
+#include "PreparedProcess.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -12,11 +13,11 @@
 namespace Simulator {
 
 /** A process that does not outlive this one, however this one ends. */
-class ChildProcess : public QProcess
+class ChildProcess : public Tools::PreparedProcess
 {
 protected:
     /** In the child, between fork and exec. */
-    void setupChildProcess() override;
+    void Prepare() override;
 
 private:
     const pid_t m_Parent = ::getpid();
@@ -48,7 +49,7 @@ public:
     QString Fate();
 
 protected:
-    void setupChildProcess() override;
+    void Prepare() override;
 
 private:
     QString HowItEnded() const;

@@ -20,7 +20,7 @@ CommandProcess::CommandProcess(const Command& command)
 
 bool CommandProcess::Start()
 {
-    start(QStringLiteral("command"), QStringList()); // the name is not used, see setupChildProcess
+    start(QStringLiteral("command"), QStringList()); // the name is not used, see Prepare
     return waitForStarted(-1);
 }
 
@@ -37,9 +37,9 @@ int CommandProcess::ShellExitCode() const
     return exitStatus() == NormalExit ? exitCode() : 128 + exitCode();
 }
 
-void CommandProcess::setupChildProcess()
+void CommandProcess::Prepare()
 {
-    ChildProcess::setupChildProcess();
+    ChildProcess::Prepare();
     ::execvp(m_Command.front(), m_Command.data());
     const int error = errno;
     std::fprintf(stderr, "kiv-audio-simulator: cannot run \"%s\": %s\n", m_Command.front(),

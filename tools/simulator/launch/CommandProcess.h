@@ -33,7 +33,7 @@ public:
 
 protected:
     /** Runs the command itself: QProcess would make texts of its arguments. */
-    void setupChildProcess() override;
+    void Prepare() override;
 
 private:
     Command m_Command;

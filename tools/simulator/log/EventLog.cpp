@@ -88,7 +88,7 @@ EventLog::Excerpt EventLog::Read(quint32 from) const
     for (int size = 0; excerpt.next < end && size < excerptSize; ++excerpt.next) {
         const QByteArray line = LineOf(m_Records[excerpt.next - m_FirstNumber]);
         excerpt.lines.append(QString::fromUtf8(line));
-        size += line.size();
+        size += static_cast<int>(line.size());
     }
     return excerpt;
 }

@@ -14,7 +14,7 @@ quint32 FocusStack::Holder() const
 
 int FocusStack::PlaceOf(quint32 sessionId) const
 {
-    return m_Sessions.indexOf(sessionId);
+    return static_cast<int>(m_Sessions.indexOf(sessionId));
 }
 
 QVector<FocusChange> FocusStack::Take(quint32 sessionId, bool isForGood)

@@ -22,7 +22,7 @@ QJsonValue OfOtherType(const QJsonValue& value)
     case QJsonValue::Double:
         return QString::number(value.toDouble());
     case QJsonValue::String:
-        return value.toString().size();
+        return static_cast<int>(value.toString().size());
     default:
         return QStringLiteral("of another type");
     }
@@ -79,7 +79,7 @@ QVector<Effect> Twice(const QVector<Effect>& effects)
 
 void Shuffle(QVector<Effect>& effects, Randomness& randomness)
 {
-    for (int last = effects.size() - 1; last > 0; --last) {
+    for (int last = static_cast<int>(effects.size()) - 1; last > 0; --last) {
         std::swap(effects[last], effects[randomness.Below(last + 1)]);
     }
 }
