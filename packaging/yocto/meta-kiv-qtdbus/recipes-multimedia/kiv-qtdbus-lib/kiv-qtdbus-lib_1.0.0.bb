@@ -65,8 +65,10 @@ KIV_PTESTS = " \
 "
 
 do_install_ptest() {
-    install -d ${D}${PTEST_PATH}/unit ${D}${PTEST_PATH}/bus
-    for program in ${KIV_PTESTS}; do
-        install -m 0755 ${B}/tests/$program ${D}${PTEST_PATH}/$program
-    done
+    if ${@bb.utils.contains('PACKAGECONFIG', 'tests', 'true', 'false', d)}; then
+        install -d ${D}${PTEST_PATH}/unit ${D}${PTEST_PATH}/bus
+        for program in ${KIV_PTESTS}; do
+            install -m 0755 ${B}/tests/$program ${D}${PTEST_PATH}/$program
+        done
+    fi
 }
