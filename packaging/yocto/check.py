@@ -29,6 +29,8 @@ DEFAULTS = {
     "libdir": "/usr/lib", "libexecdir": "/usr/libexec", "includedir": "/usr/include", "datadir": "/usr/share",
     "docdir": "/usr/share/doc", "mandir": "/usr/share/man", "infodir": "/usr/share/info", "sysconfdir": "/etc",
     "PTEST_PATH": f"/usr/lib/{NAME}/ptest",
+    "PACKAGES": "${PN}-ptest ${PN}-dev ${PN}-doc ${PACKAGE_BEFORE_PN} ${PN} ${PN}-bash-completion",
+    "PACKAGE_BEFORE_PN": "",
     "FILES:${PN}-dev": "${includedir} ${libdir}/lib*.so ${libdir}/*.la ${libdir}/*.o ${libdir}/pkgconfig "
                        "${datadir}/pkgconfig ${datadir}/aclocal ${libdir}/cmake ${datadir}/cmake",
     "FILES:${PN}-doc": "${docdir} ${mandir} ${infodir}",
@@ -199,12 +201,12 @@ class Packages(unittest.TestCase):
 
     def package_of(self, path):
         """The first package, in the order in which bitbake fills them, that claims the file."""
-        for package in ("-ptest", "-dev", "-doc", "-tools", "", "-bash-completion"):
-            for pattern in RECIPE.words("FILES:${PN}" + package):
+        for package in RECIPE.words("PACKAGES"):
+            for pattern in RECIPE.words(package.replace(NAME, "FILES:${PN}", 1)):
                 claimed = path
                 while claimed != "/":
                     if fnmatch.fnmatch(claimed, pattern) and claimed.count("/") == pattern.count("/"):
-                        return NAME + package
+                        return package
                     claimed = os.path.dirname(claimed)
         return "none"
 
@@ -213,8 +215,7 @@ class Packages(unittest.TestCase):
         for path in sorted(self.installed()):
             packages.setdefault(self.package_of(path), []).append(path)
         self.assertEqual(packages.get("none", []), [])
-        self.assertEqual(sorted(packages), [NAME + end for end in (
-            "", "-bash-completion", "-dev", "-doc", "-ptest", "-tools")])
+        self.assertEqual(sorted(packages), sorted(RECIPE.words("PACKAGES")))
         self.assertEqual(packages[NAME], ["/usr/lib/libkiv-qtdbus-lib.so.1", "/usr/lib/libkiv-qtdbus-lib.so.1.0.0"])
         self.assertEqual([path for path in packages[NAME + "-tools"] if "/bin/" in path],
                          ["/usr/bin/kiv-audio-simulator", "/usr/bin/kivctl"])
