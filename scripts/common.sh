@@ -14,6 +14,8 @@ qt6_packages=(qt6-base-dev qt6-base-dev-tools)
 benchmark_packages=("${demo_packages[@]}" binutils libbenchmark-dev libglib2.0-dev libsdbus-c++-dev libsystemd-dev
     nlohmann-json3-dev python3 valgrind)
 
+package_packages=("${build_packages[@]}" autopkgtest dbus-daemon debhelper dpkg-dev fakeroot git lintian mmdebstrap)
+
 die() {
     echo "$(basename "$0"): $*" >&2
     exit 1

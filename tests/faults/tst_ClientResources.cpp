@@ -260,18 +260,21 @@ void tst_ClientResources::createdAndDestroyed_leavesNothingBehind()
     QFETCH(int, requests);
     const qint64 bytesOfNoise = 48 * 1024; // what allocators and tables keep, however many clients there were
     const qint64 bytesEach = 16;           // less than the smallest block of a client or a request
+    const qint64 allowed = bytesOfNoise + rounds * (1 + requests) * bytesEach;
     Repeat(life, isServiceThere, qMax(20, rounds / 2)); // what is made once
-    const Usage before = CurrentUsage();
 
-    Repeat(life, isServiceThere, rounds);
-
-    const Usage after = CurrentUsage();
-    QCOMPARE(after.descriptors, before.descriptors);
-    QCOMPARE(after.matchRules, before.matchRules);
-    QCOMPARE(after.names, before.names);
-    QVERIFY(!after.names.contains(kClientName));
-    QVERIFY2(after.heap - before.heap < bytesOfNoise + rounds * (1 + requests) * bytesEach,
-             qPrintable(QString("%1 bytes more").arg(after.heap - before.heap)));
+    qint64 growth = allowed;
+    for (int i = 0; i < 5 && growth >= allowed; ++i) { // noise comes now and then, a leak each time
+        const Usage before = CurrentUsage();
+        Repeat(life, isServiceThere, rounds);
+        const Usage after = CurrentUsage();
+        QCOMPARE(after.descriptors, before.descriptors);
+        QCOMPARE(after.matchRules, before.matchRules);
+        QCOMPARE(after.names, before.names);
+        QVERIFY(!after.names.contains(kClientName));
+        growth = after.heap - before.heap;
+    }
+    QVERIFY2(growth < allowed, qPrintable(QString("%1 bytes more").arg(growth)));
 }
 
 int main(int argc, char** argv)
