@@ -10,6 +10,7 @@
 
 #include <QElapsedTimer>
 #include <QLoggingCategory>
+#include <QSet>
 #include <QThread>
 #include <QTimer>
 
@@ -271,6 +272,22 @@ int GoneWhileIdle()
     return 0;
 }
 
+int GoneThenAsynchronous()
+{
+    World world;
+    Ready clients;
+    world.bus.Kill();
+    Print("bus noticed as gone", clients.WaitForTheEnd());
+    const int sent = clients.StartAll();
+    Print("each that has an identifier completes", clients.WaitForSignals(sent));
+    QCoreApplication::processEvents();
+    const QStringList signalled = clients.screen->List() + clients.player->All();
+    Print("and once",
+          signalled.size() == sent && QSet<QString>(signalled.cbegin(), signalled.cend()).size() == sent);
+    Print("with false", signalled.filter("false").size() == sent);
+    return 0;
+}
+
 int GoneWhileWaiting()
 {
     World world;
@@ -382,6 +399,7 @@ const std::map<QString, int (*)()> kRoles{
     {"in-the-turn-of-the-connection", StartInTheTurnOfTheConnection},
     {"never-there", NeverThere},
     {"gone-while-idle", GoneWhileIdle},
+    {"gone-then-asynchronous", GoneThenAsynchronous},
     {"gone-while-waiting", GoneWhileWaiting},
     {"gone-during-a-blocking-request", GoneDuringABlockingRequest},
     {"gone-with-requests-in-flight", GoneWithRequestsInFlight},
@@ -452,6 +470,7 @@ private Q_SLOTS:
     void example_busEndsInItsFirstRequest_endsItself();
     void neverThere_everythingFailsAtOnce();
     void goneWhileIdle_blockingOperationsFailAtOnce();
+    void goneWhileIdle_asyncOperationsWithAnIdentifierCompleteOnceWithFalse();
     void goneWhileWaitingForTheService_nothingHappens();
     void goneDuringABlockingRequest_theRequestFails();
     void goneWithRequestsInFlight_eachCompletesOnceWithFalse();
@@ -542,6 +561,14 @@ void tst_BusLoss::goneWhileIdle_blockingOperationsFailAtOnce()
     QCOMPARE(actor.Report(), (QStringList{"ready: yes", "bus noticed as gone: yes", "service runs: no",
                                           "mode set: no", "mode list read: no", "focus requested: no",
                                           "session open: no", "far below the time-out: yes"}));
+}
+
+void tst_BusLoss::goneWhileIdle_asyncOperationsWithAnIdentifierCompleteOnceWithFalse()
+{
+    Actor actor("gone-then-asynchronous");
+    QCOMPARE(actor.Report(),
+             (QStringList{"ready: yes", "bus noticed as gone: yes",
+                          "each that has an identifier completes: yes", "and once: yes", "with false: yes"}));
 }
 
 void tst_BusLoss::goneWhileWaitingForTheService_nothingHappens()
