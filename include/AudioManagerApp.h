@@ -30,6 +30,8 @@ namespace Audio::Utils::Kiv::QtDbus {
  *
  * Threads, lifetime and ownership: see KivBaseClient and ServiceProviderClient.
  *
+ * On the main thread, use `QDBusConnection::systemBus()` before `exec()`, and do this from
+ * `QTimer::singleShot(0, …)`: Qt notices then when the bus is lost.
  * @code
  * QDBusConnection bus = QDBusConnection::systemBus();
  * ServiceRegistrator registrator(bus, QStringLiteral("com.quorvantel.audioclient.player"));

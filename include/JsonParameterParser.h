@@ -51,6 +51,9 @@ KIV_QTDBUS_EXPORT void AddParameters(const QMap<QString, QVariant>& aParameters,
  * An entry that the map already holds under a member's name is overwritten, other entries stay; of two members
  * with one name the later wins. The elements of a top-level array all go under the empty key.
  *
+ * JSON is what cJSON takes for it: also text behind the object, numbers like `01` and raw control characters. Of a
+ * decoded text, one U+FEFF at its front is dropped.
+ *
  * @param aJson the text. If it is not JSON, nothing is logged and the map is left as it is: whoever needs a
  *        member checks that it is there.
  * @param aParameters receives the members.

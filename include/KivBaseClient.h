@@ -59,6 +59,11 @@ class IServiceProviderProxyFactory;
  * - A service that calls the client back, and waits for the answer, while a blocking request waits for the
  *   service: the client's thread handles no events then, so that one of the two calls has to time out. Use
  *   the …Async operations with such a service.
+ * - A blocking operation on the main thread before the event loop has had a turn after the first use of the
+ *   system bus: if the bus is lost meanwhile, the call never returns. Call `QDBusConnection::systemBus()` before
+ *   `exec()`, and start clients from `QTimer::singleShot(0, …)`.
+ * - Deleting the client inside an override of HandleInitializeProxy(), HandleInitialize() or HandlePowerdown():
+ *   its members are used afterwards.
  * - Powerdown(), or any blocking operation, after the QCoreApplication is gone, in the destructor of a global for
  *   instance: the bus is no longer served then, and the call never returns. Power down before.
  *
