@@ -612,8 +612,9 @@ void tst_ClientDestruction::CheckForeignCaller(ServiceProviderClient* client,
                                                const std::function<quint32()>& operation)
 {
     QSemaphore posted;
-    QThread idle; // never runs
-    idle.setEventDispatcher(new Dispatcher(posted));
+    QThread idle; // never runs, and so does not delete its dispatcher
+    const auto dispatcher = std::make_unique<Dispatcher>(posted);
+    idle.setEventDispatcher(dispatcher.get());
     client->moveToThread(&idle);
     posted.acquire(posted.available());
     quint32 requestId = 4711;
