@@ -143,11 +143,18 @@ Wire::Reply ScriptedService::ReplyTo(int client, const QString& method, Outcome 
     return {Wire::Reply::Text, method == QLatin1String("getModeList") ? ModeListText(modeCount) : "{}"};
 }
 
+// Qt tells a watcher that comes after its answer in two steps through the event loop.
+void ScriptedService::AwaitSilence()
+{
+    LastWatcher(m_Wire.Ping()).Wait();
+    LastWatcher(m_Wire.Ping()).Wait();
+}
+
 void ScriptedService::Settle()
 {
     m_Wire.AwaitArrival(m_ArrivalCount);
     if (std::exchange(m_HasPrompted, false)) {
-        LastWatcher(m_Wire.Ping()).Wait();
+        AwaitSilence();
         m_Wire.AwaitArrival(m_ArrivalCount);
     }
     if (!m_IsPresent) {
@@ -163,7 +170,7 @@ void ScriptedService::FailAll()
     while (!m_Waiting.isEmpty()) {
         if (m_Waiting.first().number == kNotArriving) {
             m_Waiting.removeFirst();
-            LastWatcher(m_Wire.Ping()).Wait();
+            AwaitSilence();
         } else {
             Answer(0, Outcome::Fail, 0);
         }

@@ -80,6 +80,7 @@ private:
 
     static constexpr int kNotArriving = -1;
 
+    void AwaitSilence();
     void FailAll();
     Wire::Reply ReplyTo(int client, const QString& method, Outcome outcome, int modeCount);
 
