@@ -24,7 +24,7 @@ qint64 Utf8Size(const QString& methodName, const QString& arguments)
     return bound <= kTextLimit ? bound : qint64(methodName.toUtf8().size()) + arguments.toUtf8().size();
 }
 
-QDBusPendingCall RefusedRequest(qint64 size)
+QDBusPendingReply<QString> RefusedRequest(qint64 size)
 {
     const QString text =
         QStringLiteral("The request takes %1 bytes, more than the %2 that fit into a message");
