@@ -24,6 +24,7 @@ quint32 AttachWatcher(KivBaseClient& client, const QDBusPendingReply<QString>& r
     auto* watcher = new QDBusPendingCallWatcher(reply, &client);
     const auto onFinished = [handler = std::move(handler), id](QDBusPendingCallWatcher* finished) {
         const QDBusPendingReply<QString> finishedReply = *finished;
+        finished->disconnect();  // Qt may tell twice when the reply comes just while the watcher is made
         finished->deleteLater(); // first: the handler may delete the client, and the watcher with it
         KivBaseClient::HandleReply(finishedReply, handler, id);
     };
