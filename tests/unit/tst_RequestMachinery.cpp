@@ -157,6 +157,7 @@ private Q_SLOTS:
     void watchReply_givenIdentifier_isUsedAndCountsNothing();
     void watchReply_handlerRunsOnceLaterOnTheClientsThread();
     void watchReply_alreadySucceeded_runsTheHandlerLater();
+    void watchReply_qtTellsTwice_runsTheHandlerOnce();
     void watchReply_busError_reachesTheHandler();
     void watchReply_errCode_reachesTheHandler();
     void watchReply_watcherIsAChildUntilTheReplyIsHandled();
@@ -475,6 +476,24 @@ void tst_RequestMachinery::watchReply_alreadySucceeded_runsTheHandlerLater()
     QVERIFY(recorder.runs.isEmpty());
 
     QTRY_COMPARE(recorder.runs, (QVector<Handled>{{false, {{"a", 1}}, 1}}));
+}
+
+void tst_RequestMachinery::watchReply_qtTellsTwice_runsTheHandlerOnce()
+{
+    Fixture fixture;
+    Recorder recorder;
+    const ArrivedReply arrived(R"({"a":1})");
+    fixture.client->WatchReply(arrived.Reply(), recorder.Handler(), 0);
+    auto* watcher = fixture.client->findChild<QDBusPendingCallWatcher*>();
+
+    // What Qt's threads do, one each, when the reply comes just while the watcher is made.
+    for (int thread = 0; thread < 2; ++thread) {
+        QVERIFY(QMetaObject::invokeMethod(watcher, "_q_finished", Qt::QueuedConnection));
+    }
+
+    QVERIFY(fixture.Settle());
+    QCOMPARE(recorder.runs, (QVector<Handled>{{false, {{"a", 1}}, 1}}));
+    QCOMPARE(fixture.WatcherCount(), 0);
 }
 
 void tst_RequestMachinery::watchReply_busError_reachesTheHandler()
