@@ -164,6 +164,37 @@ class FullDiskTest(KivctlTest):
                                  (2, b"kivctl: cannot write to standard output\n"), arguments)
 
 
+class ClosedStreamsTest(KivctlTest):
+    """Standard streams that the caller has closed."""
+
+    def run_without(self, *arguments, streams):
+        """The exit code, and what is on the standard streams that are open."""
+        closing = " ".join(f"{stream}>&-" for stream in streams)
+        done = subprocess.run(["sh", "-c", f'exec "$@" {closing}', "sh", PROGRAM, *arguments], env=self.environment,
+                              capture_output=True, timeout=kivinterop.PATIENCE, check=False)
+        return done.returncode, done.stdout, done.stderr
+
+    def test_closedOutput_isReported(self):
+        self.start_simulator()
+        for command in (["modes"], ["status"], ["set-mode", "Bluetooth"], ["--help"]):
+            for streams in ([1], [0, 1]):
+                with self.subTest(command=command, streams=streams):
+                    self.assertEqual(self.run_without(*command, streams=streams),
+                                     (2, b"", b"kivctl: cannot write to standard output\n"))
+
+    def test_closedInputAndErrors_changeNothing(self):
+        self.start_simulator()
+        expected = self.run_kivctl("modes")
+        self.assertEqual(expected[0], 0)
+        code, output, _ = self.run_without("modes", streams=[0, 2])
+        self.assertEqual((code, output.decode()), expected[:2])
+
+    def test_noStreamAtAll_theExitCodeTells(self):
+        self.start_simulator()
+        self.assertEqual(self.run_without("modes", streams=[0, 1, 2])[0], 2)
+        self.assertEqual(self.run_without("call", "setMode", '{"newMode":"Phone"}', streams=[0, 1, 2])[0], 1)
+
+
 class StuckReaderTest(KivctlTest):
     """A reader of standard output that lives and does not read."""
 

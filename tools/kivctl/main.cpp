@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ExitCode.h"
 #include "Output.h"
+#include "StandardStreams.h"
 #include "TerminationSignal.h"
 #include "UsageError.h"
 #include "cli/BusAddress.h"
@@ -53,6 +54,7 @@ int CheckOutput(int exitCode)
 
 int main(int argc, char** argv)
 {
+    Tools::OccupyStandardStreams();
     Tools::TerminationSignal::Block();
     const QCoreApplication application(argc, argv);
     try {

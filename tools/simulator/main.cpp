@@ -4,6 +4,7 @@
 #include "EventLog.h"
 #include "Options.h"
 #include "ScenarioPlayer.h"
+#include "StandardStreams.h"
 #include "TerminationSignal.h"
 #include "launch/Supervisor.h"
 
@@ -97,6 +98,7 @@ int Launch(const Command& command)
 
 int main(int argc, char** argv)
 {
+    Tools::OccupyStandardStreams();
     Tools::TerminationSignal::Block();
     const std::optional<Command> command = TakeCommand(argc, argv);
     const QCoreApplication application(argc, argv);
