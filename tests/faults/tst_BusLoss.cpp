@@ -31,7 +31,8 @@ using namespace Audio::Utils::Kiv::QtDbus;
 
 namespace {
 
-constexpr int kFarBelowTheTimeOut = 10000; // ms, where a request without an answer takes 25 s
+// ms, where a request without an answer takes 25 s; at night the second in which a program learns that its bus has gone
+const int kFarBelowTheTimeOut = Nightly(1000, 10000);
 
 void Print(const QString& line)
 {

@@ -28,6 +28,7 @@ using namespace Audio::Utils::Kiv::QtDbus;
 namespace {
 
 constexpr int kFarBelowTheTimeOut = 10000; // ms, where a request without an answer takes 25 s
+constexpr int kAtOnce = 100;               // ms from the service's end to the request's; checked at night
 
 /** Opens a new session whenever the service has changed hands, as a program has to. */
 class Follower : public QObject
@@ -230,7 +231,7 @@ void tst_ServiceLoss::cleanup()
 void tst_ServiceLoss::killed_duringABlockingRequest_returnsFarBelowTheTimeOut()
 {
     Stage stage;
-    qint64 longest = 0;
+    QVector<qint64> times;
     for (int round = 0; round < Nightly(200, 5); ++round) {
         Killer killer(stage);
         const bool isDone =
@@ -238,11 +239,15 @@ void tst_ServiceLoss::killed_duringABlockingRequest_returnsFarBelowTheTimeOut()
         const qint64 elapsed = killer.ElapsedSince();
         QVERIFY(!isDone);
         QVERIFY2(elapsed >= 0 && elapsed < kFarBelowTheTimeOut, qPrintable(QString::number(elapsed)));
-        longest = std::max(longest, elapsed);
+        times.append(elapsed);
         QVERIFY(stage.Renew());
     }
     stage.log.Clear();
-    fprintf(stderr, "longest time from the service's end to the request's: %lld ms\n", longest);
+    std::sort(times.begin(), times.end());
+    const qint64 median = times.at(times.size() / 2);
+    fprintf(stderr, "from the service's end to the request's: median %lld ms, longest %lld ms\n", median,
+            times.last());
+    QVERIFY2(!IsNightly() || median < kAtOnce, qPrintable(QString::number(median)));
 }
 
 void tst_ServiceLoss::killed_duringPowerdown_returnsFarBelowTheTimeOut()
