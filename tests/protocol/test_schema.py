@@ -31,9 +31,8 @@ def record_of(name, content):
         return {"record": "signal", "signal": BROADCAST, "role": "hmi", part: content}
     if subject == "error":
         subject, part = "setMode", "result"
-    is_to_service = (subject in REQUESTS) == (part == "arguments")
     record = {"record": "call" if part == "arguments" else "reply", "method": subject, part: content,
-              "direction": "toService" if is_to_service else "toClient"}
+              "direction": "toService" if subject in REQUESTS else "toClient"}
     if subject in CALLS or not subject.endswith("Session"):
         record["role"] = "hmi" if "Mode" in subject else "app"
     return record
