@@ -219,6 +219,9 @@ class Packages(unittest.TestCase):
         self.assertEqual(packages[NAME], ["/usr/lib/libkiv-qtdbus-lib.so.1", "/usr/lib/libkiv-qtdbus-lib.so.1.0.0"])
         self.assertEqual([path for path in packages[NAME + "-tools"] if "/bin/" in path],
                          ["/usr/bin/kiv-audio-simulator", "/usr/bin/kivctl"])
+        self.assertEqual([path for path in packages[NAME + "-dev"] if path.startswith("/usr/share/")],
+                         ["/usr/share/dbus-1/interfaces/com.quorvantel.ServiceProvider.xml",
+                          "/usr/share/kiv-qtdbus-lib/schemas/protocol.schema.json"])
 
     def test_ptestPrograms_needNothingOfTheSourceTree(self):
         root = re.escape(ROOT.encode())

@@ -30,7 +30,10 @@ FILES:${PN}-tools = " \
     ${datadir}/zsh \
     ${datadir}/dbus-1/interfaces/com.kiv.AudioSimulator.Control.xml \
 "
-FILES:${PN}-dev += "${datadir}/dbus-1/interfaces/com.quorvantel.ServiceProvider.xml"
+FILES:${PN}-dev += " \
+    ${datadir}/dbus-1/interfaces/com.quorvantel.ServiceProvider.xml \
+    ${datadir}/kiv-qtdbus-lib/schemas/protocol.schema.json \
+"
 RDEPENDS:${PN}-tools = "dbus"
 RDEPENDS:${PN}-ptest = "dbus ${@bb.utils.contains('PACKAGECONFIG', 'tools', '${PN}-tools', '', d)}"
 
