@@ -104,6 +104,18 @@ bool Await(const std::function<bool()>& condition)
     return condition();
 }
 
+/** Handles events until a condition holds, without the pauses of QTRY_VERIFY: each caller waits for its turn. */
+bool HandleEventsUntil(const std::function<bool()>& condition)
+{
+    QTimer heartbeat;
+    heartbeat.start(100); // ms; the end of a thread is no event
+    const QDeadlineTimer watchdog(300000);
+    while (!condition() && !watchdog.hasExpired()) {
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
+    return condition();
+}
+
 } // namespace
 
 Q_DECLARE_METATYPE(Operation)
@@ -154,7 +166,7 @@ void tst_ThreadLoad::eightThreads_everyRequestCompletesOnce()
         }
     });
 
-    QTRY_VERIFY_WITH_TIMEOUT(crew.IsDone() && completions.total >= count, 300000);
+    QVERIFY(HandleEventsUntil([&] { return crew.IsDone() && completions.total >= count; }));
     on.Settle();
 
     QCOMPARE(issued, EachOnce(count));
@@ -188,7 +200,7 @@ void tst_ThreadLoad::eightThreads_clientIsDeletedWhileTheyCallAnother()
     delete on.hmi;
     on.service->Release("getMode");
 
-    QTRY_VERIFY_WITH_TIMEOUT(crew.IsDone() && completions.total >= kThreads * rounds, 300000);
+    QVERIFY(HandleEventsUntil([&] { return crew.IsDone() && completions.total >= kThreads * rounds; }));
     on.Settle();
     QCOMPARE(completions.byIdentifier, EachOnce(kThreads * rounds));
     QCOMPARE(completions.successes, kThreads * rounds);
@@ -272,7 +284,7 @@ void tst_ThreadLoad::eightThreads_ownClients_liveAndEndSideBySide()
         }
     });
 
-    QTRY_VERIFY_WITH_TIMEOUT(crew.IsDone(), 300000);
+    QVERIFY(HandleEventsUntil([&crew] { return crew.IsDone(); }));
 
     QCOMPARE(failures.load(), 0);
     for (const char* method : {"openSession", "getModeList", "getMode", "setMode", "closeSession"}) {
@@ -289,6 +301,7 @@ int main(int argc, char** argv)
 {
     const PrivateBus bus(R"(<limit name="max_replies_per_connection">200000</limit>)");
     const QCoreApplication application(argc, argv);
+    LimitTestFunctions(600);
     tst_ThreadLoad test;
     return QTest::qExec(&test, argc, argv);
 }
