@@ -19,12 +19,18 @@ namespace Audio::Utils::Kiv::QtDbus {
  * another object has the path, and then that object is no longer reachable.
  *
  * Use it on the thread of the client. Nothing blocks.
+ *
+ * @code
+ * QDBusConnection bus = QDBusConnection::systemBus();
+ * AdaptorConnection connection(bus); // before the client, so that it outlives it
+ * @endcode
  */
 class KIV_QTDBUS_EXPORT AdaptorConnection : public IAdaptorConnection
 {
 public:
     /** @param connection the bus; kept as a reference, must outlive this object. */
     explicit AdaptorConnection(QDBusConnection& connection);
+    /** Removes the object of the last RegisterObject() call from the bus. */
     ~AdaptorConnection() override;
 
     /**
@@ -38,9 +44,9 @@ public:
     bool RegisterObject(const QString& busName, const QString& objectPath, QObject* object) override;
 
 protected:
-    QDBusConnection& m_Connection;
-    QString m_BusName;
-    QString m_ObjectPath;
+    QDBusConnection& m_Connection; ///< The bus, not owned.
+    QString m_BusName;             ///< Of the last RegisterObject() call.
+    QString m_ObjectPath;          ///< Of the last RegisterObject() call; empty before the first one.
 };
 
 } // namespace Audio::Utils::Kiv::QtDbus

@@ -74,18 +74,37 @@ public:
     /** Sends nothing: the stream is not unregistered. Powerdown() closes the session. */
     ~AudioManagerApp() override;
 
-    /** Logs an error: the service's notifications are not meant for applications. */
+    /**
+     * Logs an error: the service's notifications are not meant for applications.
+     *
+     * @param signalName the notification's name, not looked at.
+     * @param payload its JSON text, not looked at.
+     */
     void HandleNotify(const QString& signalName, const QString& payload) override;
+
+    /**
+     * Handles "onAudioFocusChange" and "onRequestAudioFocusResult", and emits the signal of the event. A call
+     * for another session, and any other method, is ignored with a critical record.
+     *
+     * @param methodName the method's name.
+     * @param arguments its JSON argument text.
+     */
     void HandleRequest(const QString& methodName, const QString& arguments) override;
+
+    /** Registers the stream, blocking, if the constructor was told to. @return false when that has failed. */
     bool HandleInitialize() override;
 
-    /** The focus text that the service sent last, with either kind of event; empty until then. */
+    /** @return the focus text that the service sent last, with either kind of event; empty until then. */
     QString LastFocus() const;
 
     /** Registers the stream, blocking. @return whether the service accepted; false without a session. */
     bool RegisterAudioStream();
 
-    /** Sends the registration without waiting. Fails when no session is open. */
+    /**
+     * Sends the registration without waiting. RegisterAudioStreamAsync() also watches the reply.
+     *
+     * @return the reply to come; one that has already failed when no session is open.
+     */
     QDBusPendingReply<QString> StartRegisterAudioStreamRequest();
 
     /**
@@ -96,8 +115,12 @@ public:
      */
     bool RequestAudioFocus(bool aExecuteSwitch = true);
 
-    /** Tells the service whether the stream plays, blocking. @return whether it accepted; false without a
-     * session. */
+    /**
+     * Tells the service whether the stream plays, blocking.
+     *
+     * @param aPlaying whether it plays.
+     * @return whether the service accepted; false without a session.
+     */
     bool AudioActive(bool aPlaying);
 
     /**
@@ -108,33 +131,77 @@ public:
      */
     bool AbandonAudioFocus(const QString& a_Reason);
 
-    /** Sends a focus request, or a query, without waiting. Fails when no session is open. */
+    /**
+     * Sends a focus request, or a query, without waiting. RequestAudioFocusAsync() also watches the reply.
+     *
+     * @param aExecuteSwitch false only asks what the service would decide.
+     * @return the reply to come; one that has already failed when no session is open.
+     */
     QDBusPendingReply<QString> StartRequestAudioFocusRequest(bool aExecuteSwitch = true);
 
-    /** Sends the playing state without waiting. Fails when no session is open. */
+    /**
+     * Sends the playing state without waiting. AudioActiveAsync() also watches the reply.
+     *
+     * @param aPlaying whether the stream plays.
+     * @return the reply to come; one that has already failed when no session is open.
+     */
     QDBusPendingReply<QString> StartAudioActiveRequest(bool aPlaying);
 
-    /** Gives the focus back without waiting. Fails when no session is open, or without a reason. */
+    /**
+     * Gives the focus back without waiting. AbandonAudioFocusAsync() also watches the reply.
+     *
+     * @param aReason why; must not be empty.
+     * @return the reply to come; one that has already failed when no session is open, or without a reason.
+     */
     QDBusPendingReply<QString> StartAbandonAudioFocusRequest(const QString& aReason);
 
 Q_SIGNALS:
-    /** Answers RegisterAudioStreamAsync(): whether the service accepted. */
+    /**
+     * Answers RegisterAudioStreamAsync().
+     *
+     * @param aRequestId what RegisterAudioStreamAsync() returned.
+     * @param aResult whether the service accepted.
+     */
     void SignalRegisterAudioStreamCompleted(quint32 aRequestId, bool aResult);
 
-    /** Answers RequestAudioFocusAsync(): whether the service accepted the request; its decision comes later.
+    /**
+     * Answers RequestAudioFocusAsync(). The decision comes apart, as SignalResponseToAudioFocusRequest().
+     *
+     * @param aRequestId what RequestAudioFocusAsync() returned.
+     * @param aResult whether the service accepted the request.
      */
     void SignalRequestAudioFocusCompleted(quint32 aRequestId, bool aResult);
 
-    /** Answers AudioActiveAsync(): whether the service accepted. */
+    /**
+     * Answers AudioActiveAsync().
+     *
+     * @param aRequestId what AudioActiveAsync() returned.
+     * @param aResult whether the service accepted.
+     */
     void SignalAudioActiveCompleted(quint32 aRequestId, bool aResult);
 
-    /** Answers AbandonAudioFocusAsync(): whether the service accepted. */
+    /**
+     * Answers AbandonAudioFocusAsync().
+     *
+     * @param aRequestId what AbandonAudioFocusAsync() returned.
+     * @param aResult whether the service accepted.
+     */
     void SignalAbandonAudioFocusCompleted(quint32 aRequestId, bool aResult);
 
-    /** The service has changed the stream's focus: "gained", "lost" or "temporarilyLost", for instance. */
+    /**
+     * The service has changed the stream's focus.
+     *
+     * @param a_NewFocus "gained", "lost" or "temporarilyLost", for instance; passed on as it comes.
+     */
     void SignalAudioFocusChanged(const QString& a_NewFocus);
 
-    /** The service has decided on a focus request or query: "granted" or "failed", for instance. */
+    /**
+     * The service has decided on a focus request or query. It does not say on which: one at a time keeps it
+     * clear.
+     *
+     * @param a_FocusResponse "granted" or "failed", for a query "wouldBeGranted" or "wouldFail", for
+     *        instance; passed on as it comes.
+     */
     void SignalResponseToAudioFocusRequest(const QString& a_FocusResponse);
 
 public:
@@ -150,6 +217,7 @@ public:
      * Requests the focus, or asks what the service would decide, without waiting; may be called from any
      * thread.
      *
+     * @param aExecuteSwitch false only asks what the service would decide.
      * @return the request identifier that SignalRequestAudioFocusCompleted() will carry; 0 when nothing was
      *        sent, and then no signal follows.
      */
@@ -158,6 +226,7 @@ public:
     /**
      * Tells the service whether the stream plays, without waiting; may be called from any thread.
      *
+     * @param aPlaying whether it plays.
      * @return the request identifier that SignalAudioActiveCompleted() will carry; 0 when nothing was sent,
      *        and then no signal follows.
      */
@@ -173,12 +242,12 @@ public:
     Q_INVOKABLE quint32 AbandonAudioFocusAsync(const QString& aReason);
 
 protected:
-    QString m_SourceName;
-    QString m_StreamModeName;
-    QString m_StreamType;
-    QString m_FocusType;
-    QString m_LastFocus;
-    bool m_RegisterDuringInitialization;
+    QString m_SourceName;     ///< The stream's name.
+    QString m_StreamModeName; ///< The mode of a stream with permanent focus: objPath of the constructor.
+    QString m_StreamType;     ///< The stream's type, "Media" unless told otherwise.
+    QString m_FocusType;      ///< "permanent" or "transient".
+    QString m_LastFocus;      ///< See LastFocus().
+    bool m_RegisterDuringInitialization; ///< Whether HandleInitialize() registers the stream.
 
 private:
     Q_DISABLE_COPY(AudioManagerApp)

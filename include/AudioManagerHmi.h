@@ -83,31 +83,55 @@ public:
                     IAdaptorConnection& connection, const QString& destination,
                     IServiceProviderProxyFactory& factory, bool getModesOnInitialize,
                     QObject* parent = nullptr);
+
+    /** Sends nothing; a stored request is dropped without a signal. Powerdown() closes the session. */
     ~AudioManagerHmi() override;
 
+    /**
+     * Handles the broadcast "audioFocusChangeEvent": emits SignalAudioFocusChange(), unless the payload lacks
+     * one of its members. Any other notification is ignored with a critical record.
+     *
+     * @param aSignalName the notification's name.
+     * @param aPayload its JSON text.
+     */
     void HandleNotify(const QString& aSignalName, const QString& aPayload) override;
+
+    /**
+     * Hands "onModeChange" and "onModeListChange" to HandleModeChanged() and HandleModeListChanged(). A call
+     * for another session, and any other method, is ignored with a critical record.
+     *
+     * @param aMethod the method's name.
+     * @param aArguments its JSON argument text.
+     */
     void HandleRequest(const QString& aMethod, const QString& aArguments) override;
+
+    /**
+     * Asks for mode list and current mode, blocking, if the constructor was told to.
+     *
+     * @return false when one has failed.
+     */
     bool HandleInitialize() override;
 
     /**
      * Sets the mode, blocking. A mode that is not listed is stored, as described above, but a request stored
      * before is overwritten without a signal; setting a listed mode drops a stored request without a signal.
      *
+     * @param aModeName the mode.
      * @return false without a session, or when the service refuses; true also for a mode that was only
      *        stored.
      */
     virtual bool SetMode(const QString& aModeName);
 
-    /** The modes that the service offers, as last learned. */
+    /** @return the modes that the service offers, as last learned. */
     QStringList ModeList() const;
 
-    /** The current mode, as last learned; empty until then. */
+    /** @return the current mode, as last learned; empty until then. */
     QString CurrentMode() const;
 
-    /** The mode of the stored request; empty when there is none. */
+    /** @return the mode of the stored request; empty when there is none. */
     QString PendingMode() const;
 
-    /** The identifier of the stored request; 0 when there is none. */
+    /** @return the identifier of the stored request; 0 when there is none. */
     quint32 PendingSetModeRequestId() const;
 
     /**
@@ -130,16 +154,38 @@ public:
      */
     bool GetMode(const QString& aDestination);
 
-    /** Sends "getModeList" without waiting. Fails when no session is open. */
+    /**
+     * Sends "getModeList" without waiting. GetModeListAsync() also watches the reply.
+     *
+     * @param aDestination empty for all.
+     * @return the reply to come; one that has already failed when no session is open.
+     */
     QDBusPendingReply<QString> StartGetModeListRequest(const QString& aDestination);
 
-    /** Sends "getMode" without waiting. Fails when no session is open. */
+    /**
+     * Sends "getMode" without waiting. GetModeAsync() also watches the reply.
+     *
+     * @param aDestination empty for all.
+     * @return the reply to come; one that has already failed when no session is open.
+     */
     QDBusPendingReply<QString> StartGetModeRequest(const QString& aDestination);
 
-    /** Takes the mode list from a reply, all its members together. @return not @p aError. */
+    /**
+     * Takes the mode list from a reply, all its members together.
+     *
+     * @param aError whether the request failed; nothing changes then.
+     * @param aParameters the reply's members.
+     * @return not @p aError.
+     */
     bool HandleGetModeListReply(bool aError, QMap<QString, QVariant> aParameters);
 
-    /** Takes the current mode from a reply: the first text in it. @return not @p aError. */
+    /**
+     * Takes the current mode from a reply: the first text in it. Emits nothing.
+     *
+     * @param aError whether the request failed; nothing changes then.
+     * @param aParameters the reply's members.
+     * @return not @p aError.
+     */
     bool HandleGetModeReply(bool aError, QMap<QString, QVariant> aParameters);
 
     /**
@@ -154,29 +200,71 @@ public:
      */
     bool StartSetModeRequest(const QString& aModeName, QDBusPendingReply<QString>& aReply, bool& aPending);
 
-    /** Settles the stored request when a reply for it is a success. @return not @p aError. */
+    /**
+     * Settles the stored request when a reply for it is a success; after a failure it stays stored.
+     *
+     * @param aError whether the request failed.
+     * @param aParameters the reply's members; not looked at.
+     * @param aRequestId the identifier of the request that is answered.
+     * @return not @p aError.
+     */
     bool HandleSetModeReply(bool aError, QMap<QString, QVariant> aParameters, quint32 aRequestId);
 
-    /** Handles the service's call "onModeChange". */
+    /**
+     * Handles the service's call "onModeChange": updates CurrentMode(), emits SignalModeChanged(). Without
+     * "activeMode" it only writes a critical record.
+     *
+     * @param aParameters the call's members.
+     */
     void HandleModeChanged(const QMap<QString, QVariant>& aParameters);
 
-    /** Handles the service's call "onModeListChange", and sends a stored request whose mode is added. */
+    /**
+     * Handles the service's call "onModeListChange": updates ModeList(), sends a stored request whose mode is
+     * added, emits SignalModeListChanged(). Without "action" or "mode" it only writes a critical record.
+     *
+     * @param aParameters the call's members.
+     */
     void HandleModeListChanged(const QMap<QString, QVariant>& aParameters);
 
 Q_SIGNALS:
-    /** Answers SetModeAsync(); false also for a stored request that another one has replaced. */
+    /**
+     * Answers SetModeAsync().
+     *
+     * @param aRequestId what SetModeAsync() returned.
+     * @param aResult whether the service accepted; false also for a stored request that another one has
+     *        replaced.
+     */
     void SignalSetModeCompleted(quint32 aRequestId, bool aResult);
 
-    /** Answers GetModeListAsync(); ModeList() is up to date when @p aResult is true. */
+    /**
+     * Answers GetModeListAsync().
+     *
+     * @param aRequestId what GetModeListAsync() returned.
+     * @param aResult whether the service answered; ModeList() is up to date then.
+     */
     void SignalGetModeListCompleted(quint32 aRequestId, bool aResult);
 
-    /** Answers GetModeAsync(); CurrentMode() is up to date when @p aResult is true. */
+    /**
+     * Answers GetModeAsync().
+     *
+     * @param aRequestId what GetModeAsync() returned.
+     * @param aResult whether the service answered; CurrentMode() is up to date then.
+     */
     void SignalGetModeCompleted(quint32 aRequestId, bool aResult);
 
-    /** The service has switched to another mode. */
+    /**
+     * The service has switched to another mode.
+     *
+     * @param a_ActiveMode the mode; CurrentMode() has it already.
+     */
     void SignalModeChanged(const QString& a_ActiveMode);
 
-    /** The service has added a mode to its list, or removed one. ModeList() is up to date. */
+    /**
+     * The service has added a mode to its list, or removed one. ModeList() is up to date.
+     *
+     * @param a_Add true when the mode was added, false when it was removed.
+     * @param a_ModeName the mode.
+     */
     void SignalModeListChanged(bool a_Add, const QString& a_ModeName);
 
     /**
@@ -198,6 +286,7 @@ public:
      * Sets the mode without waiting, or stores the request when the mode is not listed; may be called from
      * any thread.
      *
+     * @param aModeName the mode.
      * @return the request identifier that SignalSetModeCompleted() will carry; 0 when no session is open or
      *        nothing could be sent, and then no signal follows.
      */
@@ -222,12 +311,12 @@ public:
     Q_INVOKABLE quint32 GetModeAsync(const QString& aDestination);
 
 protected:
-    QString m_CurrentMode;
-    QStringList m_CurrentModeList; ///< What the "getMode" replies held.
-    QStringList m_ModeList;
-    bool m_GetModesOnInitialize;
+    QString m_CurrentMode;             ///< See CurrentMode().
+    QStringList m_CurrentModeList;     ///< What the "getMode" replies held.
+    QStringList m_ModeList;            ///< See ModeList().
+    bool m_GetModesOnInitialize;       ///< Whether HandleInitialize() asks for the modes.
     quint32 m_PendingSetModeRequestId; ///< 0 while no request is stored.
-    QString m_PendingMode;
+    QString m_PendingMode;             ///< See PendingMode().
 
 private:
     Q_DISABLE_COPY(AudioManagerHmi)

@@ -23,7 +23,7 @@ class KIV_QTDBUS_EXPORT ComQuorvantelServiceProviderInterface : public QDBusAbst
     Q_OBJECT
 
 public:
-    /** The name of the D-Bus interface, "com.quorvantel.ServiceProvider". */
+    /** @return the name of the D-Bus interface, "com.quorvantel.ServiceProvider". */
     static const char* staticInterfaceName() { return "com.quorvantel.ServiceProvider"; }
 
     /**
@@ -34,18 +34,27 @@ public:
      */
     ComQuorvantelServiceProviderInterface(const QString& service, const QString& path,
                                           const QDBusConnection& connection, QObject* parent = nullptr);
+
+    /** Requests that still wait for their reply go on. */
     ~ComQuorvantelServiceProviderInterface() override;
 
 public Q_SLOTS:
     /**
      * Starts the remote call `Request(methodName, arguments)` and returns at once.
      *
+     * @param methodName the first argument.
+     * @param arguments the second one.
      * @return the reply to come: one text, or a D-Bus error (also when nobody owns the bus name).
      */
     QDBusPendingReply<QString> Request(const QString& methodName, const QString& arguments);
 
 Q_SIGNALS:
-    /** The remote object has sent its signal "Notify". */
+    /**
+     * The remote object has sent its signal "Notify".
+     *
+     * @param signalName the first argument.
+     * @param payload the second one.
+     */
     void Notify(const QString& signalName, const QString& payload);
 };
 

@@ -37,30 +37,50 @@ public:
      */
     ConcreteServiceProviderProxy(const QString& serviceName, const QString& objectPath,
                                  QObject* parent = nullptr);
+
+    /** Deletes the inner object too. Requests that still wait for their reply go on. */
     ~ConcreteServiceProviderProxy() override;
 
-    /** Starts the D-Bus call and returns at once. Every failure shows in the returned reply. */
+    /**
+     * Starts the D-Bus call and returns at once.
+     *
+     * @param methodName the method's name.
+     * @param arguments its JSON argument text.
+     * @return the reply to come; every failure shows in it.
+     */
     QDBusPendingReply<QString> AsyncRequest(const QString& methodName, const QString& arguments) override;
 
     /**
      * Sends the D-Bus call and blocks the calling thread until the answer is there or the bus library's
      * default time-out (about 25 s) has passed. No event is handled meanwhile.
      *
+     * @param methodName the method's name.
+     * @param arguments its JSON argument text.
      * @return the service's answer as it came, also when it contains "errCode" (then with a critical record);
      *         `{ "errCode" : 0 }` when the call failed on the bus (with a critical record).
      */
     QString Request(const QString& methodName, const QString& arguments) override;
 
 Q_SIGNALS:
-    /** The service has sent a notification; both texts are as they came. */
+    /**
+     * The service has sent a notification.
+     *
+     * @param a_SignalName its name, as it came.
+     * @param a_Payload its JSON text, as it came.
+     */
     void Notify(const QString& a_SignalName, const QString& a_Payload);
 
 public Q_SLOTS:
-    /** Emits Notify(); connected to the D-Bus signal. */
+    /**
+     * Emits Notify(); connected to the D-Bus signal.
+     *
+     * @param a_SignalName passed on.
+     * @param a_Payload passed on.
+     */
     void Notification(const QString& a_SignalName, const QString& a_Payload);
 
 protected:
-    ComQuorvantelServiceProviderInterface m_Interface;
+    ComQuorvantelServiceProviderInterface m_Interface; ///< The wire; a Qt child of the constructor's parent.
 };
 
 } // namespace Audio::Utils::Kiv::QtDbus

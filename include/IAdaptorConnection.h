@@ -12,11 +12,13 @@ namespace Audio::Utils::Kiv::QtDbus {
 /**
  * Makes a client's object reachable under a path on the bus.
  *
- * Clients keep a reference: the object must outlive them.
+ * Clients keep a reference: the object must outlive them. They use it once, on their thread, in Initialize()
+ * or when the service appears. AdaptorConnection is the real one.
  */
 class KIV_QTDBUS_EXPORT IAdaptorConnection
 {
 public:
+    /** For derived classes; objects are not copied. */
     IAdaptorConnection() = default;
     IAdaptorConnection(const IAdaptorConnection&) = delete;
     IAdaptorConnection& operator=(const IAdaptorConnection&) = delete;

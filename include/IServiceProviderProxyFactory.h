@@ -19,12 +19,15 @@ class IServiceProviderProxy;
 class KIV_QTDBUS_EXPORT IServiceProviderProxyFactory
 {
 public:
+    /** For derived classes; objects are not copied. */
     IServiceProviderProxyFactory() = default;
     IServiceProviderProxyFactory(const IServiceProviderProxyFactory&) = delete;
     IServiceProviderProxyFactory& operator=(const IServiceProviderProxyFactory&) = delete;
     virtual ~IServiceProviderProxyFactory() = default;
 
     /**
+     * Makes a proxy. Called on the client's thread, once in its life, unless there was no proxy to be had.
+     *
      * @param parent the client.
      * @return a new proxy, which the caller owns and deletes; `nullptr` when there can be none, which ends
      *        the client's initialisation without a change of its state.

@@ -17,12 +17,13 @@ namespace Audio::Utils::Kiv::QtDbus {
 class KIV_QTDBUS_EXPORT IServiceRegistrator
 {
 public:
+    /** For derived classes; objects are not copied. */
     IServiceRegistrator() = default;
     IServiceRegistrator(const IServiceRegistrator&) = delete;
     IServiceRegistrator& operator=(const IServiceRegistrator&) = delete;
     virtual ~IServiceRegistrator() = default;
 
-    /** The bus name; the reference is valid as long as this object. */
+    /** @return the bus name; the reference is valid as long as this object. */
     virtual const QString& GetServiceName() const = 0;
 };
 

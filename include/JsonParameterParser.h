@@ -8,6 +8,12 @@
 #include <QString>
 #include <QVariant>
 
+/**
+ * @file
+ * JSON texts in and out of parameter maps: what a ServiceProviderClient of your own needs for its requests
+ * and events.
+ */
+
 namespace Audio::Utils::Kiv::QtDbus {
 
 /**
@@ -59,6 +65,12 @@ KIV_QTDBUS_EXPORT void AddParameters(const QMap<QString, QVariant>& aParameters,
  * @param aParameters receives the members.
  *
  * Reentrant; may be called from any thread.
+ *
+ * @code
+ * QMap<QString, QVariant> reply;
+ * GetParameters(R"({"sessionId":7})", reply);
+ * const quint32 sessionId = reply.value("sessionId").toUInt(); // 7; 0 when there is no such member
+ * @endcode
  */
 KIV_QTDBUS_EXPORT void GetParameters(const QString& aJson, QMap<QString, QVariant>& aParameters);
 

@@ -142,10 +142,14 @@ public:
     /** Does a derived client's share of Powerdown(), while the proxy still exists. */
     virtual void HandlePowerdown() = 0;
 
-    /** Where initialisation stands. */
+    /** @return where initialisation stands. Does not ask the bus. */
     InitState CurrentInitState() const;
 
-    /** Whether the service's bus name has an owner. Blocks on the bus; false also when there is no bus. */
+    /**
+     * Asks the bus for the service. Blocks.
+     *
+     * @return whether the service's bus name has an owner; false also when there is no bus.
+     */
     bool IsKivServiceRunning();
 
     /**
@@ -155,12 +159,18 @@ public:
      */
     InitState InitializePrivate();
 
-    /** The name of a state, for logs. Any other value gives "Invalid value for InitState!" and a warning. */
+    /**
+     * The name of a state, for logs. May be called from any thread.
+     *
+     * @param aState the state.
+     * @return the enumerator's name; for any other value "Invalid value for InitState!", with a warning.
+     */
     static QString InitStateToString(InitState aState);
 
     /**
-     * Issues the next request identifier: 1 for the first, then counting up (wrapping through 0).
-     * To be called on the client's thread only.
+     * Issues the next request identifier. To be called on the client's thread only.
+     *
+     * @return 1 for the first, then counting up (wrapping through 0).
      */
     quint32 GetNextRequestId();
 
@@ -172,18 +182,26 @@ public:
      * @param arguments its JSON argument text.
      * @param result receives the answer; empty when there is no proxy.
      * @return false when there is no proxy, or when the answer contains "errCode" (also as part of a text).
-     * An error of the bus gives the answer `{ "errCode" : 0 }`.
+     *        An error of the bus gives the answer `{ "errCode" : 0 }`.
      */
     bool ServiceRequest(const QString& methodName, const QString& arguments, QString& result);
 
     /**
-     * Sends a request without waiting.
+     * Sends a request without waiting. To be called on the client's thread.
      *
+     * @param methodName the method's name.
+     * @param arguments its JSON argument text.
      * @return the reply to come; without a proxy, one that has already failed.
      */
     QDBusPendingReply<QString> StartRequest(const QString& methodName, const QString& arguments);
 
-    /** Likewise, with the arguments encoded by AddParameters(). */
+    /**
+     * Likewise, with the arguments encoded by AddParameters().
+     *
+     * @param methodName the method's name.
+     * @param parameters its arguments.
+     * @return the reply to come; without a proxy, one that has already failed.
+     */
     QDBusPendingReply<QString> StartRequest(const QString& methodName,
                                             const QMap<QString, QVariant>& parameters);
 
@@ -201,8 +219,11 @@ public:
     /**
      * Waits for a reply, decodes it, decides whether the request failed, and calls the handler.
      *
-     * A reply that is not JSON is no failure; its map is empty.
+     * A reply that is not JSON is no failure; its map is empty. Blocks unless the reply is there.
      *
+     * @param reply the reply.
+     * @param handler what to call, on this thread; must not be empty (`std::bad_function_call`).
+     * @param requestId handed to the handler.
      * @return what the handler returned.
      */
     static bool HandleReply(QDBusPendingReply<QString> reply, const ReplyHandler& handler,
@@ -213,24 +234,37 @@ Q_SIGNALS:
      * An initialisation that had to wait for the service has ended, with the state given.
      *
      * Emitted at most once in a client's life, on its thread, and never for an Initialize() that did not have
-     * to wait. Do not delete the client in a slot directly connected to it; use `deleteLater()`.
+     * to wait. Do not delete the client in a slot directly connected to it; use `deleteLater()`. Its one
+     * parameter is the state, #INIT_STATE_SUCCESS or #INIT_STATE_FAILED, as from CurrentInitState().
      */
     void SignalInitCompleted(InitState);
 
 public Q_SLOTS:
-    /** Hands a notification of the service to HandleNotify(). */
+    /**
+     * Hands a notification of the service to HandleNotify(); connected to the proxy.
+     *
+     * @param a_SignalName the notification's name.
+     * @param a_Payload its JSON text.
+     */
     void Notification(const QString& a_SignalName, const QString& a_Payload);
 
-    /** The owner of a bus name has changed. Continues an initialisation that waits for the service. */
+    /**
+     * The owner of a bus name has changed. Continues an initialisation that waits for the service; connected
+     * to the watcher of the service's name.
+     *
+     * @param a_ServiceName the bus name; any but the service's is ignored with a warning.
+     * @param a_OldOwner who had it; empty for nobody.
+     * @param a_NewOwner who has it now; empty for nobody.
+     */
     void OnOwnerChanged(const QString& a_ServiceName, const QString& a_OldOwner, const QString& a_NewOwner);
 
 protected:
-    InitState m_InitState;
-    QString m_ServiceName;
-    IServiceProviderProxyFactory& m_ProxyFactory;
-    IServiceProviderProxy* m_ServiceProxy; ///< Owned.
-    QDBusServiceWatcher m_ServiceWatcher;
-    quint32 m_RequestId;
+    InitState m_InitState;                        ///< See CurrentInitState().
+    QString m_ServiceName;                        ///< The bus name of the service.
+    IServiceProviderProxyFactory& m_ProxyFactory; ///< Not owned.
+    IServiceProviderProxy* m_ServiceProxy; ///< Owned; `nullptr` before the service is found, and at the end.
+    QDBusServiceWatcher m_ServiceWatcher;  ///< Reports who owns the service's bus name.
+    quint32 m_RequestId;                   ///< The identifier that was issued last.
 
 private:
     Q_DISABLE_COPY(KivBaseClient)

@@ -5,6 +5,11 @@
 #include <QtGlobal>
 
 /**
+ * @file
+ * What marks the library's exported symbols.
+ */
+
+/**
  * @def KIV_QTDBUS_EXPORT
  * Marks what the shared library exports; every other symbol of it is hidden.
  * Programs that use the library need not define anything.

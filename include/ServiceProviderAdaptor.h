@@ -41,14 +41,29 @@ class KIV_QTDBUS_EXPORT ServiceProviderAdaptor : public QDBusAbstractAdaptor
 public:
     /** @param client the client to serve; it becomes the Qt parent and owns the adaptor. */
     explicit ServiceProviderAdaptor(Audio::Utils::Kiv::QtDbus::ServiceProviderClient* client);
+
+    /** Ends the export: the client is no longer reachable on the bus. */
     ~ServiceProviderAdaptor() override;
 
 public Q_SLOTS:
-    /** Hands an inbound call to ServiceProviderClient::Request() and returns its answer unchanged. */
+    /**
+     * Hands an inbound call to ServiceProviderClient::Request(). The call may delete the client, and the
+     * adaptor with it.
+     *
+     * @param methodName the method's name, as it came.
+     * @param arguments its JSON argument text, as it came.
+     * @return the client's answer, unchanged.
+     */
     QString Request(const QString& methodName, const QString& arguments);
 
 Q_SIGNALS:
-    /** Belongs to the interface; a client never sends it, unless a subclass declares a signal of this signature. */
+    /**
+     * Belongs to the interface; a client never sends it, unless a subclass declares a signal of this
+     * signature.
+     *
+     * @param signalName the first argument.
+     * @param payload the second one.
+     */
     void Notify(const QString& signalName, const QString& payload);
 };
 

@@ -59,15 +59,24 @@ public:
     /** Does not close the session: that is what Powerdown() is for. */
     ~ServiceProviderClient() override;
 
+    /** See KivBaseClient::Initialize(). @return the state reached. */
     InitState Initialize() override;
+
+    /**
+     * Exports the client, opens the session and calls HandleInitialize(); blocks.
+     *
+     * @return the state reached.
+     */
     InitState HandleInitializeProxy() override;
 
-    /** Closes the session, blocking. */
+    /** Closes the session, blocking; does nothing when none is open. */
     void HandlePowerdown() override;
 
     /**
      * Receives every call that the service makes on this client's object, and passes it to HandleRequest().
      *
+     * @param methodName the method's name.
+     * @param arguments its JSON argument text.
      * @return the answer to the service: always "{}", whatever became of the call.
      */
     virtual QString Request(const QString& methodName, const QString& arguments);
@@ -87,10 +96,10 @@ public:
      */
     virtual bool HandleInitialize() = 0;
 
-    /** The session identifier, 0 when no session is open. */
+    /** @return the session identifier, 0 when no session is open. */
     quint32 SessionId() const;
 
-    /** Whether a session is open, as far as the client knows. */
+    /** @return whether a session is open, as far as the client knows. */
     bool IsSessionOpen() const;
 
     /**
@@ -104,23 +113,53 @@ public:
     /** Closes the session, blocking. The client forgets it even when the service refuses. */
     void CloseSession();
 
-    /** Sends "openSession" without waiting. Fails when a session is open. */
+    /**
+     * Sends "openSession" without waiting. OpenSessionAsync() also watches the reply.
+     *
+     * @return the reply to come; one that has already failed when a session is open.
+     */
     QDBusPendingReply<QString> StartOpenSessionRequest();
 
-    /** Sends "closeSession" without waiting. Fails when no session is open. */
+    /**
+     * Sends "closeSession" without waiting. CloseSessionAsync() also watches the reply.
+     *
+     * @return the reply to come; one that has already failed when no session is open.
+     */
     QDBusPendingReply<QString> StartCloseSessionRequest();
 
-    /** Takes the session identifier from a reply. @return whether it held one. */
+    /**
+     * Takes the session identifier from a reply.
+     *
+     * @param aError whether the request failed; nothing changes then.
+     * @param aParameters the reply's members.
+     * @return whether it held one, other than 0.
+     */
     bool HandleOpenSessionReply(bool aError, QMap<QString, QVariant> aParameters);
 
-    /** Forgets the session unless @p aError is set. @return whether it did. */
+    /**
+     * Forgets the session unless the request failed.
+     *
+     * @param aError whether the request failed.
+     * @param aParameters the reply's members; not looked at.
+     * @return not @p aError.
+     */
     bool HandleCloseSessionReply(bool aError, QMap<QString, QVariant> aParameters);
 
 Q_SIGNALS:
-    /** Answers OpenSessionAsync(): @p aResult tells whether this request has opened a session. */
+    /**
+     * Answers OpenSessionAsync().
+     *
+     * @param aRequestId what OpenSessionAsync() returned.
+     * @param aResult whether this request has opened a session.
+     */
     void SignalOpenSessionCompleted(quint32 aRequestId, bool aResult);
 
-    /** Answers CloseSessionAsync(). After a failure the session counts as open. */
+    /**
+     * Answers CloseSessionAsync().
+     *
+     * @param aRequestId what CloseSessionAsync() returned.
+     * @param aResult whether the service accepted; the session counts as open otherwise.
+     */
     void SignalCloseSessionCompleted(quint32 aRequestId, bool aResult);
 
 public:
@@ -141,12 +180,12 @@ public:
     Q_INVOKABLE quint32 CloseSessionAsync();
 
 protected:
-    const IServiceRegistrator& m_ServiceRegistrator;
-    IAdaptorConnection& m_AdaptorConnection;
-    QString m_DbusName;
-    QString m_ObjPath;
-    QString m_Destination;
-    quint32 m_SessionId; ///< 0 while no session is open.
+    const IServiceRegistrator& m_ServiceRegistrator; ///< Not owned.
+    IAdaptorConnection& m_AdaptorConnection;         ///< Not owned.
+    QString m_DbusName;                              ///< The client's own bus name.
+    QString m_ObjPath;                               ///< Where the client is exported.
+    QString m_Destination;                           ///< What the session is about; may be empty.
+    quint32 m_SessionId;                             ///< 0 while no session is open.
 
 private:
     Q_DISABLE_COPY(ServiceProviderClient)

@@ -16,14 +16,18 @@ namespace Audio::Utils::Kiv::QtDbus {
 class KIV_QTDBUS_EXPORT ServiceProviderProxyHmiFactory : public IServiceProviderProxyFactory
 {
 public:
+    /** Holds nothing and asks nothing. */
     ServiceProviderProxyHmiFactory();
+
+    /** The proxies that were made stay: their clients own them. */
     ~ServiceProviderProxyHmiFactory() override;
 
     /**
+     * Makes a proxy; sends nothing. To be called on the thread that will use the proxy.
+     *
      * @param parent the Qt parent of the D-Bus object inside the proxy (see ConcreteServiceProviderProxy).
      * @return a new ConcreteServiceProviderProxy, never `nullptr`; the caller owns it and must delete it
-     *        before
-     *         @p parent is destroyed.
+     *        before @p parent is destroyed.
      */
     IServiceProviderProxy* CreateProxy(QObject* parent) override;
 };

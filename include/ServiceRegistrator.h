@@ -41,13 +41,16 @@ public:
      *        system bus lets clients own the children of "com.quorvantel.audioclient".
      */
     ServiceRegistrator(QDBusConnection& connection, const QString& serviceName);
+
+    /** Gives the name back when this is the last registrator for it. Blocks on the bus then. */
     ~ServiceRegistrator() override;
 
+    /** @return the name given to the constructor, also when the bus has refused it. */
     const QString& GetServiceName() const override;
 
 protected:
-    QDBusConnection& m_Connection;
-    QString m_ServiceName;
+    QDBusConnection& m_Connection; ///< The bus, not owned.
+    QString m_ServiceName;         ///< See GetServiceName().
 
     /** The number of living registrators by bus name; an entry stays when it has gone down to 0. */
     static QMap<QString, int> smServiceRegisteredCount;

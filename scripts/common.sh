@@ -14,7 +14,9 @@ qt6_packages=(qt6-base-dev qt6-base-dev-tools)
 benchmark_packages=("${demo_packages[@]}" binutils libbenchmark-dev libglib2.0-dev libsdbus-c++-dev libsystemd-dev
     nlohmann-json3-dev python3 valgrind)
 
-package_packages=("${build_packages[@]}" autopkgtest dbus-daemon debhelper dpkg-dev fakeroot git lintian mmdebstrap)
+docs_packages=(doxygen graphviz mandoc python3)
+package_packages=("${build_packages[@]}" "${docs_packages[@]}" autopkgtest dbus-daemon debhelper dpkg-dev fakeroot git
+    lintian mmdebstrap)
 
 die() {
     echo "$(basename "$0"): $*" >&2

@@ -37,18 +37,23 @@ namespace Audio::Utils::Kiv::QtDbus::Testing {
 class CallRecorder
 {
 public:
+    /** Begins with an empty list. */
     CallRecorder() = default;
     CallRecorder(const CallRecorder&) = delete;
     CallRecorder& operator=(const CallRecorder&) = delete;
 
-    /** Appends a line; a test may add lines of its own. */
+    /**
+     * Appends a line; a test may add lines of its own.
+     *
+     * @param call the line.
+     */
     void Record(const QString& call)
     {
         const QMutexLocker lock(&m_Lock);
         m_Calls.append(call);
     }
 
-    /** All lines so far, in order. */
+    /** @return all lines so far, in order. */
     QStringList Calls() const
     {
         const QMutexLocker lock(&m_Lock);

@@ -38,9 +38,9 @@ public:
     /** One call of RegisterObject(). */
     struct Export
     {
-        QString busName;
-        QString objectPath;
-        QObject* object; ///< Not owned.
+        QString busName;    ///< The client's bus name.
+        QString objectPath; ///< Where it is exported.
+        QObject* object;    ///< The client, not owned.
     };
 
     /** @param recorder receives every call, if given; not owned. */
@@ -58,10 +58,14 @@ public:
         return m_Result;
     }
 
-    /** What later exports return; true at first. */
+    /**
+     * Lets later exports succeed or fail; they succeed at first.
+     *
+     * @param result what they return.
+     */
     void SetResult(bool result) { m_Result = result; }
 
-    /** All calls of RegisterObject() so far, in order, also those that returned false. */
+    /** @return all calls of RegisterObject() so far, in order, also those that returned false. */
     QVector<Export> Exports() const { return m_Exports; }
 
 private:

@@ -23,10 +23,16 @@ namespace Audio::Utils::Kiv::QtDbus::Testing {
 /** A request as a proxy received it. */
 struct RecordedRequest
 {
-    bool isBlocking;
-    QString methodName;
-    QString arguments; ///< The JSON text.
+    bool isBlocking;    ///< Whether the client waited for the answer.
+    QString methodName; ///< The method's name.
+    QString arguments;  ///< The JSON text.
 
+    /**
+     * Compares all members.
+     *
+     * @param other the other request.
+     * @return whether they are equal.
+     */
     bool operator==(const RecordedRequest& other) const
     {
         return isBlocking == other.isBlocking && methodName == other.methodName &&
@@ -34,7 +40,12 @@ struct RecordedRequest
     }
 };
 
-/** Shows a request when QCOMPARE() fails: Qt Test finds the function. The caller deletes the text. */
+/**
+ * Shows a request when QCOMPARE() fails: Qt Test finds the function.
+ *
+ * @param request the request.
+ * @return the text, which the caller deletes.
+ */
 inline char* toString(const RecordedRequest& request)
 {
     const QString text = QStringLiteral("%1 %2 %3")
@@ -91,22 +102,41 @@ public:
     FakeExchange(const FakeExchange&) = delete;
     FakeExchange& operator=(const FakeExchange&) = delete;
 
-    /** Answers every later request of a method with a text. */
+    /**
+     * Answers every later request of a method with a text.
+     *
+     * @param methodName the method's name.
+     * @param text the answer, normally JSON.
+     */
     void Answer(const QString& methodName, const QString& text) { m_Plans[methodName] = {Kind::Text, text}; }
 
-    /** Fails every later request of a method with a D-Bus error, which arrives like an answer. */
+    /**
+     * Fails every later request of a method with a D-Bus error, which arrives like an answer.
+     *
+     * @param methodName the method's name.
+     * @param errorText the error's text.
+     */
     void Fail(const QString& methodName, const QString& errorText)
     {
         m_Plans[methodName] = {Kind::Error, errorText};
     }
 
-    /** Has every later asynchronous request of a method fail before it is sent. */
+    /**
+     * Has every later asynchronous request of a method fail before it is sent.
+     *
+     * @param methodName the method's name.
+     * @param errorText the error's text.
+     */
     void Refuse(const QString& methodName, const QString& errorText)
     {
         m_Plans[methodName] = {Kind::Refusal, errorText};
     }
 
-    /** Answers every later request of a method that has no answer of its own with a text. */
+    /**
+     * Answers every later request of a method that has no answer of its own with a text.
+     *
+     * @param text the answer, normally JSON.
+     */
     void AnswerOthers(const QString& text) { m_Others = std::make_unique<Plan>(Plan{Kind::Text, text}); }
 
     /** Keeps the answers of asynchronous requests back from now on, until Release(). */
@@ -122,10 +152,10 @@ public:
         }
     }
 
-    /** All requests so far, in order. */
+    /** @return all requests so far, in order. */
     QVector<RecordedRequest> Requests() const { return m_Requests; }
 
-    /** The number of proxies that live. A client deletes its proxy in Powerdown(). */
+    /** @return the number of proxies that live. A client deletes its proxy in Powerdown(). */
     int ProxyCount() const { return m_ProxyCount; }
 
 private:

@@ -18,7 +18,7 @@ namespace Audio::Utils::Kiv::QtDbus::Testing {
  *
  * A client asks the system bus whether the service is there, and no fake answers that. Let there be no system
  * bus in such a test: set DBUS_SYSTEM_BUS_ADDRESS to an address of nothing, before the first client.
- * Initialize() then returns #KivBaseClient::INIT_STATE_WAITING_FOR_KIV, and ServiceAppears() carries
+ * Initialize() then returns KivBaseClient::INIT_STATE_WAITING_FOR_KIV, and ServiceAppears() carries
  * initialisation out.
  *
  * **Ownership.** Clients keep a reference: the factory must outlive them. They own their proxies.
@@ -68,8 +68,8 @@ public:
      * all blocking, and emits SignalInitCompleted(). A slot of it must not delete the client, see
      * KivBaseClient.
      *
-     * @return the state reached. A client that does not wait is left alone: the state is then the one that it
-     * had.
+     * @param client the client.
+     * @return the state reached. A client that does not wait is left alone: the state is then the one that it had.
      *         Without a proxy (SetEmpty()) it goes on waiting, without a signal.
      */
     KivBaseClient::InitState ServiceAppears(KivBaseClient& client)
@@ -91,13 +91,17 @@ public:
         return reached;
     }
 
-    /** What answers the proxies' requests. */
+    /** @return what answers the proxies' requests. */
     FakeExchange& Exchange() { return m_Exchange; }
 
-    /** Whether CreateProxy() returns no proxy. */
+    /**
+     * Has CreateProxy() return no proxy, or one again.
+     *
+     * @param isEmpty true for none.
+     */
     void SetEmpty(bool isEmpty) { m_IsEmpty = isEmpty; }
 
-    /** The argument of each CreateProxy() so far: the clients, not owned, and not watched. */
+    /** @return the argument of each CreateProxy() so far: the clients, not owned, and not watched. */
     QVector<QObject*> Parents() const { return m_Parents; }
 
 private:

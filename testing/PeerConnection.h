@@ -90,7 +90,13 @@ public:
     PeerConnection(const PeerConnection&) = delete;
     PeerConnection& operator=(const PeerConnection&) = delete;
 
-    /** Starts a call that the responder will answer. */
+    /**
+     * Starts a call that the responder will answer.
+     *
+     * @param methodName the first argument of the call.
+     * @param arguments the second one.
+     * @return the reply to come.
+     */
     QDBusPendingReply<QString> Call(const QString& methodName, const QString& arguments)
     {
         QDBusMessage call = QDBusMessage::createMethodCall(QString(), QStringLiteral("/"),
