@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "FakeService.h"
+#include "ForkedProcess.h"
 #include "PreparedProcess.h"
 #include "SimulatorProcess.h"
 
@@ -176,7 +177,7 @@ public:
 
 private:
     QTemporaryDir m_Folder;
-    QProcess m_Process;
+    ForkedProcess m_Process;
     QByteArray m_Output;
     QByteArray m_Errors;
 };

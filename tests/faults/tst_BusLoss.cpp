@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "BusProbe.h"
 #include "FakeService.h"
+#include "ForkedProcess.h"
 #include "HmiSignals.h"
 #include "LogCapture.h"
 #include "MediaApp.h"
@@ -451,7 +452,7 @@ public:
     bool EndsWithin(int milliseconds) { return m_Process.waitForFinished(milliseconds); }
 
 private:
-    QProcess m_Process;
+    ForkedProcess m_Process;
     QByteArray m_Output;
 };
 
@@ -537,7 +538,7 @@ void tst_BusLoss::example_busEndsInItsFirstRequest_endsItself()
     FakeService service;
     service.Hold("openSession");
     service.Appear();
-    QProcess example;
+    ForkedProcess example;
     example.start(program, arguments);
     QVERIFY(service.WaitForCalls("openSession", 1));
     bus.Kill();

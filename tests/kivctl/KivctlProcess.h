@@ -2,6 +2,7 @@
 #ifndef KIV_TESTS_KIVCTLPROCESS_H
 #define KIV_TESTS_KIVCTLPROCESS_H
 
+#include "ForkedProcess.h"
 #include "SimulatorProcess.h"
 
 #include <QByteArray>
@@ -74,7 +75,7 @@ public:
     }
 
 private:
-    QProcess m_Process;
+    ForkedProcess m_Process;
     QByteArray m_Output;
     QByteArray m_Errors;
 };

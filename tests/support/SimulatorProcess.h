@@ -3,6 +3,7 @@
 #define KIV_TESTS_SIMULATORPROCESS_H
 
 #include "AdaptorConnection.h"
+#include "ForkedProcess.h"
 #include "ServiceProviderProxyAppFactory.h"
 #include "ServiceProviderProxyHmiFactory.h"
 #include "ServiceRegistrator.h"
@@ -80,7 +81,7 @@ public:
     QStringList Lines() { return Output().split('\n', Qt::SkipEmptyParts); }
 
 private:
-    QProcess m_Process;
+    ForkedProcess m_Process;
     QByteArray m_Output;
 };
 

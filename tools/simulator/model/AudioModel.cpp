@@ -8,8 +8,9 @@
 #include <QHash>
 #include <QJsonArray>
 
-#include <algorithm>
+#include <map>
 #include <optional>
+#include <utility>
 
 namespace Simulator {
 
@@ -199,16 +200,15 @@ void AudioModel::EndSession(quint32 id)
 
 QVector<Effect> AudioModel::CallerLeft(const QString& caller)
 {
-    QVector<Session> sessions = m_Sessions.OfCaller(caller);
     // In an order in which none of them is called because of the end of another: those that hear of modes first,
     // then those that wait for the focus before the one that holds it.
-    std::stable_sort(sessions.begin(), sessions.end(), [this](const Session& left, const Session& right) {
-        return m_Focus.PlaceOf(left.id) < m_Focus.PlaceOf(right.id);
-    });
-    std::stable_partition(sessions.begin(), sessions.end(),
-                          [](const Session& session) { return session.role == Role::Hmi; });
-    for (const Session& session : qAsConst(sessions)) {
-        EndSession(session.id);
+    std::multimap<std::pair<bool, int>, quint32> sessions;
+    const QVector<Session> ending = m_Sessions.OfCaller(caller);
+    for (const Session& session : ending) {
+        sessions.emplace(std::make_pair(session.role != Role::Hmi, m_Focus.PlaceOf(session.id)), session.id);
+    }
+    for (const auto& [order, id] : sessions) {
+        EndSession(id);
     }
     return m_Announcer.Take();
 }
