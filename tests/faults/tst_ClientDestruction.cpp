@@ -355,7 +355,7 @@ void tst_ClientDestruction::requestsPending_completeNothing()
     ServiceProviderClient* const client = isHmi ? static_cast<ServiceProviderClient*>(on.hmi) : on.app;
     Operations operations = isHmi ? OperationsOf(*on.hmi) : OperationsOf(*on.app);
     operations.removeLast(); // closeSession: Powerdown() is to have an answer to it
-    const int before = on.service->Calls().size();
+    const int before = int(on.service->Calls().size());
     for (int i = 0; i < count; ++i) {
         QCOMPARE(operations.at(i % operations.size())(), static_cast<quint32>(i + 1));
     }
