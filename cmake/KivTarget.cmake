@@ -14,9 +14,13 @@ endif()
 # PLAIN_TEXTS lets "a literal" become a QString, which makes tests easier to read.
 function(kiv_target target)
     cmake_parse_arguments(PARSE_ARGV 1 arg "PLAIN_TEXTS" "" "")
+    set(standard 17)
+    if(CMAKE_CXX_STANDARD)
+        set(standard ${CMAKE_CXX_STANDARD})
+    endif()
     set_target_properties(${target} PROPERTIES
         AUTOMOC ON
-        CXX_STANDARD 17
+        CXX_STANDARD ${standard}
         CXX_STANDARD_REQUIRED ON
         CXX_EXTENSIONS OFF
         CXX_VISIBILITY_PRESET hidden
