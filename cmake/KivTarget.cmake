@@ -1,10 +1,26 @@
+# No folder of the machine that builds is in what is built: neither in what __FILE__ says nor in debug information, which
+# name files as "./src/…"; a debugger that is started in the source folder finds them. Whoever builds packages has a map
+# of his own (dpkg-buildflags, Yocto), which stays as it is.
+set(kiv_path_map)
+string(FIND "${CMAKE_CXX_FLAGS}" "-prefix-map=" kiv_place_of_map)
+if(kiv_place_of_map EQUAL -1)
+    # Of two that fit, a compiler may take either.
+    set(kiv_path_map
+        -fmacro-prefix-map=${PROJECT_SOURCE_DIR}=. -fdebug-prefix-map=${PROJECT_SOURCE_DIR}=.
+        -fmacro-prefix-map=${PROJECT_BINARY_DIR}=./build -fdebug-prefix-map=${PROJECT_BINARY_DIR}=./build)
+endif()
+
 # kiv_target(<target> [PLAIN_TEXTS]): what every target of this project is compiled with.
 # PLAIN_TEXTS lets "a literal" become a QString, which makes tests easier to read.
 function(kiv_target target)
     cmake_parse_arguments(PARSE_ARGV 1 arg "PLAIN_TEXTS" "" "")
+    set(standard 17)
+    if(CMAKE_CXX_STANDARD)
+        set(standard ${CMAKE_CXX_STANDARD})
+    endif()
     set_target_properties(${target} PROPERTIES
         AUTOMOC ON
-        CXX_STANDARD 17
+        CXX_STANDARD ${standard}
         CXX_STANDARD_REQUIRED ON
         CXX_EXTENSIONS OFF
         CXX_VISIBILITY_PRESET hidden
@@ -21,6 +37,7 @@ function(kiv_target target)
     if(NOT arg_PLAIN_TEXTS)
         target_compile_definitions(${target} PRIVATE QT_NO_CAST_FROM_ASCII)
     endif()
+    target_compile_options(${target} PRIVATE ${kiv_path_map})
     target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
     if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
         # Qt's qCDebug(category) << … leaves the variable part of its macro empty.

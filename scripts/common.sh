@@ -8,9 +8,9 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 # Packages of Debian 12.
 build_packages=(g++ cmake ninja-build pkg-config qtbase5-dev qtbase5-dev-tools libcjson-dev libdbus-1-dev rapidjson-dev)
 demo_packages=("${build_packages[@]}" dbus-daemon)
-test_packages=("${demo_packages[@]}" bash binutils dbus-bin dbus-system-bus-common libglib2.0-bin mandoc python3
-    python3-dbusmock python3-gi python3-jsonschema systemd zsh)
-qt6_packages=(qt6-base-dev qt6-base-dev-tools)
+test_packages=("${demo_packages[@]}" bash binutils dbus-bin dbus-system-bus-common libglib2.0-bin make mandoc python3
+    python3-dbusmock python3-gi python3-jsonschema qt5-qmake systemd zsh)
+qt6_packages=(qmake6 qt6-base-dev qt6-base-dev-tools)
 benchmark_packages=("${demo_packages[@]}" binutils libbenchmark-dev libglib2.0-dev libsdbus-c++-dev libsystemd-dev
     nlohmann-json3-dev python3 valgrind)
 

@@ -240,18 +240,44 @@ public:
     {
     }
 
-    bool processEvents(QEventLoop::ProcessEventsFlags) override { return false; }
-    bool hasPendingEvents() override { return false; }
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+    using Interval = int;
+    bool hasPendingEvents() override
+    {
+        return false;
+    }
+    void flush() override {}
+#else
+    using Interval = qint64;
+#endif
+    bool processEvents(QEventLoop::ProcessEventsFlags) override
+    {
+        return false;
+    }
     void registerSocketNotifier(QSocketNotifier*) override {}
     void unregisterSocketNotifier(QSocketNotifier*) override {}
-    void registerTimer(int, int, Qt::TimerType, QObject*) override {}
-    bool unregisterTimer(int) override { return true; }
-    bool unregisterTimers(QObject*) override { return true; }
-    QList<TimerInfo> registeredTimers(QObject*) const override { return {}; }
-    int remainingTime(int) override { return -1; }
-    void wakeUp() override { m_Posted.release(); }
+    void registerTimer(int, Interval, Qt::TimerType, QObject*) override {}
+    bool unregisterTimer(int) override
+    {
+        return true;
+    }
+    bool unregisterTimers(QObject*) override
+    {
+        return true;
+    }
+    QList<TimerInfo> registeredTimers(QObject*) const override
+    {
+        return {};
+    }
+    int remainingTime(int) override
+    {
+        return -1;
+    }
+    void wakeUp() override
+    {
+        m_Posted.release();
+    }
     void interrupt() override {}
-    void flush() override {}
 
 private:
     QSemaphore& m_Posted;
@@ -355,7 +381,7 @@ void tst_ClientDestruction::requestsPending_completeNothing()
     ServiceProviderClient* const client = isHmi ? static_cast<ServiceProviderClient*>(on.hmi) : on.app;
     Operations operations = isHmi ? OperationsOf(*on.hmi) : OperationsOf(*on.app);
     operations.removeLast(); // closeSession: Powerdown() is to have an answer to it
-    const int before = on.service->Calls().size();
+    const int before = int(on.service->Calls().size());
     for (int i = 0; i < count; ++i) {
         QCOMPARE(operations.at(i % operations.size())(), static_cast<quint32>(i + 1));
     }

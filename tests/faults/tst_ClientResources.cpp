@@ -117,7 +117,7 @@ template <typename Kind>
 void RequestsPending(Surroundings& on)
 {
     on.service.Hold(Kind::method);
-    const int before = on.service.ArgumentsOf(Kind::method).size();
+    const int before = int(on.service.ArgumentsOf(Kind::method).size());
     {
         Kind kind(on);
         Expect(kind.client.Initialize() == KivBaseClient::INIT_STATE_SUCCESS, "does not initialise");
@@ -171,8 +171,9 @@ Usage CurrentUsage()
     names.sort();
     const int matchRules = CountMatchRules();
     const struct mallinfo2 heap = ::mallinfo2();
-    return {QDir("/proc/self/fd").entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System).size(),
-            matchRules, names, static_cast<qint64>(heap.uordblks + heap.hblkhd)};
+    return {
+        int(QDir("/proc/self/fd").entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System).size()),
+        matchRules, names, static_cast<qint64>(heap.uordblks + heap.hblkhd)};
 }
 
 using Life = std::function<void(Surroundings&)>;

@@ -184,7 +184,7 @@ struct PoweredDown
 
 int OpenFiles()
 {
-    return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::System | QDir::Files).size();
+    return int(QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::System | QDir::Files).size());
 }
 
 QStringList Sorted(QStringList texts)

@@ -226,7 +226,7 @@ void tst_ThreadLoad::blockingRequest_foreignCallerWaitsUntilItIsThrough()
     QFETCH(Operation, operation);
     QFETCH(QString, method);
     BothClients on;
-    const int before = on.service->ArgumentsOf(method).size();
+    const int before = int(on.service->ArgumentsOf(method).size());
     on.service->Hold("audioActive");
     std::atomic<bool> hasReturned{false};
     std::atomic<quint32> requestId{0};

@@ -63,7 +63,7 @@ QString FirstWordOf(const QString& line)
 
 QString RestOf(const QString& line)
 {
-    const int end = line.indexOf(' ');
+    const int end = int(line.indexOf(' '));
     return end < 0 ? QString() : line.mid(end + 1);
 }
 
@@ -300,7 +300,7 @@ private:
     {
         if (step.verb == Verb::Delete) {
             m_IsModelDeleted = true;
-            m_LastOfModel = m_Model.said.size();
+            m_LastOfModel = int(m_Model.said.size());
         } else if (!m_IsModelDeleted) {
             Kind::Do(m_Model, step, [this](const auto& result) { m_Model.said.append(Line("=", result)); });
         }
@@ -335,7 +335,7 @@ private:
     {
         int alreadySaid = 0;
         do {
-            alreadySaid = m_Said.size();
+            alreadySaid = int(m_Said.size());
             QCoreApplication::sendPostedEvents(nullptr, 0);
             QCoreApplication::sendPostedEvents(nullptr, 0);
         } while (m_Said.size() != alreadySaid);

@@ -57,13 +57,13 @@ bool IsEscapeReadAlike(const QString& json, int behindBackslash)
         return QStringLiteral("\"\\/bfnrt").contains(kind);
     }
     bool isHex = false;
-    const ushort unit = json.midRef(behindBackslash + 1, 4).toUShort(&isHex, 16);
+    const ushort unit = json.mid(behindBackslash + 1, 4).toUShort(&isHex, 16);
     return isHex && IsReadAlike(QChar(unit));
 }
 
 bool AreEscapesReadAlike(const QString& json)
 {
-    for (int at = json.indexOf('\\'); at >= 0; at = json.indexOf('\\', at + 2)) {
+    for (int at = int(json.indexOf('\\')); at >= 0; at = int(json.indexOf('\\', at + 2))) {
         if (!IsEscapeReadAlike(json, at + 1)) {
             return false;
         }
@@ -75,7 +75,7 @@ bool AreEscapesReadAlike(const QString& json)
 bool HasBeginningPoint(const QString& json)
 {
     const QString before = QStringLiteral(":,[ \t\r\n");
-    for (int at = json.indexOf('.', 1); at >= 0; at = json.indexOf('.', at + 1)) {
+    for (int at = int(json.indexOf('.', 1)); at >= 0; at = int(json.indexOf('.', at + 1))) {
         if (before.contains(json.at(at - 1))) {
             return true;
         }

@@ -29,7 +29,7 @@ namespace {
 QString Unescaped(QString text)
 {
     constexpr int escapeSize = 6;
-    for (int at = text.indexOf("\\u"); at >= 0; at = text.indexOf("\\u", at + 1)) {
+    for (int at = int(text.indexOf("\\u")); at >= 0; at = int(text.indexOf("\\u", at + 1))) {
         bool isHex = false;
         const ushort unit = text.mid(at + 2, 4).toUShort(&isHex, 16);
         if (isHex) {
@@ -42,7 +42,7 @@ QString Unescaped(QString text)
 // What stands before the first blank; the rest stays.
 QString TakeWord(QString& text)
 {
-    const int end = text.indexOf(' ');
+    const int end = int(text.indexOf(' '));
     const QString word = text.left(end);
     text = end < 0 ? QString() : text.mid(end + 1);
     return word;
@@ -102,7 +102,7 @@ ParameterMap MapOf(const QString& input)
 // A text after its way to the service and back.
 QString Transported(const QString& text)
 {
-    const int end = text.indexOf(QChar());
+    const int end = int(text.indexOf(QChar()));
     return QString::fromUtf8(text.left(end).toUtf8().constData());
 }
 

@@ -42,7 +42,7 @@ void SetCrashNote(const QByteArray& note)
     static const bool isInstalled = (InstallHandlers(), true);
     static_cast<void>(isInstalled);
     length = 0;
-    const int size = std::min(note.size(), static_cast<int>(sizeof(text)));
+    const int size = std::min(int(note.size()), static_cast<int>(sizeof(text)));
     std::memcpy(text, note.constData(), static_cast<size_t>(size));
     length = size;
 }

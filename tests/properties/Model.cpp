@@ -238,7 +238,7 @@ quint32 Model::SetModeAsync(int client, const QString& mode)
         Step step;
         step.client = client;
         step.operation = Operation::SetMode;
-        step.mode = Modes().indexOf(mode);
+        step.mode = int(Modes().indexOf(mode));
         return Send(client, Operation::SetMode, ArgumentsOf(step), mode == one.storedMode ? one.storedId : 0);
     }
     if (one.storedId != 0 && one.storedMode == mode) {
@@ -316,7 +316,7 @@ bool Model::SetMode(int client, const QString& mode)
     Step step;
     step.client = client;
     step.operation = Operation::SetMode;
-    step.mode = Modes().indexOf(mode);
+    step.mode = int(Modes().indexOf(mode));
     const bool isSet = Exchange(client, Operation::SetMode, ArgumentsOf(step)).has_value();
     one.storedId = 0;
     one.storedMode.clear();

@@ -38,7 +38,7 @@ public:
     ClientState StateOf(int client) const;
 
     /** How many requests wait for their answer. */
-    int WaitingCount() const { return m_Waiting.size(); }
+    int WaitingCount() const { return int(m_Waiting.size()); }
 
 protected:
     /** Whether the answer to a stored request ends its being stored; a test may have a wrong idea of it. */

@@ -100,8 +100,8 @@ Step DrawStep(Dice& dice)
     step.action = DrawAction(dice);
     step.client = dice.Below(static_cast<int>(Clients().size()));
     const Operations& operations = OperationsOf(step.client);
-    step.operation = operations[dice.Below(operations.size())];
-    step.mode = dice.Below(Modes().size());
+    step.operation = operations[dice.Below(int(operations.size()))];
+    step.mode = dice.Below(int(Modes().size()));
     // As many accepted as all others together.
     step.outcome = dice.Below(2) == 0 ? Outcome::Accept : static_cast<Outcome>(1 + dice.Below(4));
     step.place = dice.Below(6);

@@ -59,7 +59,7 @@ public:
     int SentCount() const { return m_SentCount; }
 
     /** How many requests wait for their answer. */
-    int WaitingCount() const { return m_Waiting.size(); }
+    int WaitingCount() const { return int(m_Waiting.size()); }
 
     /** Answers one request that waits. */
     void Answer(int place, Outcome outcome, int modeCount);

@@ -33,7 +33,7 @@ bool DropPieces(Schedule& schedule, int size, const Fails& fails)
 // goes.
 void DropSteps(Schedule& schedule, const Fails& fails)
 {
-    for (int size = std::max(1, schedule.size() / 2); size > 1; size /= 2) {
+    for (int size = std::max(1, int(schedule.size()) / 2); size > 1; size /= 2) {
         DropPieces(schedule, size, fails);
     }
     while (DropPieces(schedule, 1, fails)) {

@@ -270,7 +270,7 @@ ClientState WatchedClient::State() const
     state.initState = m_Client->CurrentInitState();
     state.sessionId = m_Client->SessionId();
     state.watchers =
-        m_Client->findChildren<QDBusPendingCallWatcher*>(QString(), Qt::FindDirectChildrenOnly).size();
+        int(m_Client->findChildren<QDBusPendingCallWatcher*>(QString(), Qt::FindDirectChildrenOnly).size());
     if (Clients()[static_cast<size_t>(m_Index)].isHmi) {
         const AudioManagerHmi& hmi = Hmi(*m_Client);
         state.modes = hmi.ModeList();

@@ -29,12 +29,12 @@ inline QString TextOf(const QString& notation)
     int end = 0;
     for (auto match = marks.globalMatch(notation); match.hasNext();) {
         const QRegularExpressionMatch mark = match.next();
-        text += notation.midRef(end, mark.capturedStart() - end);
-        end = mark.capturedEnd();
+        text += notation.mid(end, int(mark.capturedStart()) - end);
+        end = int(mark.capturedEnd());
         text += mark.captured(1).isEmpty() ? mark.captured(3).repeated(mark.captured(2).toInt())
                                            : QString(QChar(mark.captured(1).toUShort(nullptr, 16)));
     }
-    return text + notation.midRef(end);
+    return text + notation.mid(end);
 }
 
 /** A value as `int:1`, `bool:true`, `text:a`, `list:a,b`, or `null` for a null text. */
@@ -75,7 +75,7 @@ inline QVector<CorpusText> ReadCorpus(const QString& fileName)
         return corpus;
     }
     for (const QString& line : QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'))) {
-        const int tab = line.indexOf(QLatin1Char('\t'));
+        const int tab = int(line.indexOf(QLatin1Char('\t')));
         if (tab > 0) {
             const QString notation = line.mid(tab + 1);
             corpus.append({kind, notation, TextOf(line.left(tab)), TextOf(notation)});

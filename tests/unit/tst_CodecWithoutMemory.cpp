@@ -45,7 +45,7 @@ public:
     static bool HasFailed() { return smAllocations > smFirstFailing; }
 
     // What was taken and not given back, and what was given back and never taken.
-    static int Imbalance() { return smLiving.size() + smStrangers; }
+    static int Imbalance() { return int(smLiving.size()) + smStrangers; }
 
 private:
     static void* Allocate(size_t size)

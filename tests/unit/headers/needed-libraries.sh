@@ -18,6 +18,7 @@ for name in $needed; do
     case $name in
         "$core" | "$dbus" | libcjson.so.1) ;;
         libstdc++.so.6 | libgcc_s.so.1 | libc.so.6 | libm.so.6) ;;
+        libc++.so.1 | libc++abi.so.1 | libunwind.so.1) ;; # clang's run time for C++
         *)
             echo "error: $library needs $name, which it should do without"
             status=1
