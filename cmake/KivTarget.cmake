@@ -20,6 +20,7 @@ function(kiv_target target)
     endif()
     set_target_properties(${target} PROPERTIES
         AUTOMOC ON
+        AUTOMOC_PATH_PREFIX ON # headers by their place in an include folder, not by the way to it from the build folder
         CXX_STANDARD ${standard}
         CXX_STANDARD_REQUIRED ON
         CXX_EXTENSIONS OFF
