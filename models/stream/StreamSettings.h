@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+#ifndef KIV_MODELS_STREAMSETTINGS_H
+#define KIV_MODELS_STREAMSETTINGS_H
+
+#include "session/ClientNames.h"
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QString>
+
+#include <optional>
+
+namespace Audio::Utils::Kiv::Models {
+
+/** How a stream is configured, as it was set. */
+struct StreamSettings
+{
+    QString name;
+    QString streamType = QStringLiteral("Media");
+    bool isPermanent = true;
+    QString busName;    ///< Empty for the default.
+    QString objectPath; ///< Likewise.
+    QString destination;
+    std::optional<QDBusConnection> bus; ///< None for the system bus.
+
+    QDBusConnection UsedBus() const { return bus ? *bus : QDBusConnection::systemBus(); }
+
+    QString UsedBusName() const
+    {
+        return busName.isEmpty() ? DefaultBusName(QCoreApplication::applicationName()) : busName;
+    }
+
+    QString UsedObjectPath() const
+    {
+        return objectPath.isEmpty() ? DefaultObjectPath(UsedBusName()) : objectPath;
+    }
+};
+
+} // namespace Audio::Utils::Kiv::Models
+
+#endif // KIV_MODELS_STREAMSETTINGS_H
