@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "SessionKeeper.h"
 
-#include <algorithm>
-
 namespace Audio::Utils::Kiv::Models {
 
 using QtDbus::KivBaseClient;
@@ -11,23 +9,30 @@ using QtDbus::ServiceProviderClient;
 namespace {
 
 const QString kServiceName = QStringLiteral("com.quorvantel.service.AudioManagement");
-constexpr int kFirstRetry = 100; // ms
-constexpr int kLastRetry = 5000; // ms
+
+/** Knows where a client is exported, as every class that derives from it does. */
+class ClientPath : public ServiceProviderClient
+{
+public:
+    static QString Of(const ServiceProviderClient& client) { return client.*(&ClientPath::m_ObjPath); }
+};
 
 } // namespace
 
 SessionKeeper::SessionKeeper(ServiceProviderClient& client, const QDBusConnection& bus, QObject* parent)
     : QObject(parent),
       m_Client(client),
-      m_Watcher(kServiceName, bus, QDBusServiceWatcher::WatchForOwnerChange),
-      m_RetryDelay(kFirstRetry)
+      m_Bus(bus),
+      m_Watcher(kServiceName, bus, QDBusServiceWatcher::WatchForOwnerChange)
 {
-    m_Retry.setSingleShot(true);
     connect(&m_Retry, &QTimer::timeout, this, &SessionKeeper::Open);
     connect(&m_Watcher, &QDBusServiceWatcher::serviceOwnerChanged, this, &SessionKeeper::OnOwnerChanged);
     connect(&m_Client, &KivBaseClient::SignalInitCompleted, this, &SessionKeeper::OnInitialised);
     connect(&m_Client, &ServiceProviderClient::SignalOpenSessionCompleted, this,
             &SessionKeeper::OnOpenCompleted);
+    m_Bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
+                  QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
+                  SLOT(OnBusLost()));
 }
 
 void SessionKeeper::Start()
@@ -44,13 +49,20 @@ void SessionKeeper::Start()
 
 bool SessionKeeper::IsOpen() const
 {
-    return m_IsOpen;
+    return m_SessionId != 0;
+}
+
+QString SessionKeeper::Problem() const
+{
+    return IsExported()
+               ? QStringLiteral("The audio service gives no session.")
+               : QStringLiteral("The object path %1 is taken or not valid.").arg(ClientPath::Of(m_Client));
 }
 
 // A client whose initialisation has failed is on the bus all the same, and can open a session later.
 void SessionKeeper::OnInitialised(KivBaseClient::InitState state)
 {
-    if (state == KivBaseClient::INIT_STATE_SUCCESS) {
+    if (state == KivBaseClient::INIT_STATE_SUCCESS && m_Client.IsSessionOpen()) {
         TellOpened();
     } else {
         TryAgainLater();
@@ -61,8 +73,7 @@ void SessionKeeper::OnInitialised(KivBaseClient::InitState state)
 void SessionKeeper::OnOwnerChanged(const QString& /*service*/, const QString& oldOwner,
                                    const QString& newOwner)
 {
-    m_Retry.stop();
-    m_RetryDelay = kFirstRetry;
+    m_Retry.Reset();
     m_Request = 0;
     if (!oldOwner.isEmpty()) {
         Forget();
@@ -74,12 +85,19 @@ void SessionKeeper::OnOwnerChanged(const QString& /*service*/, const QString& ol
     }
 }
 
+// For the rest of the process: Qt does not connect again.
+void SessionKeeper::OnBusLost()
+{
+    m_Retry.Reset();
+    m_Request = 0;
+    Forget();
+}
+
 void SessionKeeper::OnOpenCompleted(quint32 request, bool isOpen)
 {
     if (request != m_Request) { // an answer of an owner that has passed the name on
         if (isOpen) {
-            Forget();
-            Open();
+            RestoreSessionId();
         }
         return;
     }
@@ -91,18 +109,36 @@ void SessionKeeper::OnOpenCompleted(quint32 request, bool isOpen)
     }
 }
 
+bool SessionKeeper::IsExported() const
+{
+    return m_Bus.objectRegisteredAt(ClientPath::Of(m_Client)) == &m_Client;
+}
+
 void SessionKeeper::Forget()
 {
-    m_Client.HandleCloseSessionReply(false, {}); // sends nothing
-    if (m_IsOpen) {
-        m_IsOpen = false;
+    const bool wasOpen = IsOpen();
+    m_SessionId = 0;
+    RestoreSessionId();
+    if (wasOpen) {
         Q_EMIT Closed();
+    }
+}
+
+// Sends nothing.
+void SessionKeeper::RestoreSessionId()
+{
+    if (m_SessionId == 0) {
+        m_Client.HandleCloseSessionReply(false, {});
+    } else {
+        m_Client.HandleOpenSessionReply(false, {{QStringLiteral("sessionId"), m_SessionId}});
     }
 }
 
 void SessionKeeper::Open()
 {
-    m_Request = m_Client.OpenSessionAsync();
+    const bool isExported = IsExported() || m_Bus.registerObject(ClientPath::Of(m_Client), &m_Client,
+                                                                 QDBusConnection::ExportAdaptors);
+    m_Request = isExported ? m_Client.OpenSessionAsync() : 0;
     if (m_Request == 0) {
         TryAgainLater();
     }
@@ -110,16 +146,15 @@ void SessionKeeper::Open()
 
 void SessionKeeper::TellOpened()
 {
-    m_RetryDelay = kFirstRetry;
+    m_Retry.Reset();
     m_IsRefused = false;
-    m_IsOpen = true;
+    m_SessionId = m_Client.SessionId();
     Q_EMIT Opened();
 }
 
 void SessionKeeper::TryAgainLater()
 {
-    m_Retry.start(m_RetryDelay);
-    m_RetryDelay = std::min(2 * m_RetryDelay, kLastRetry);
+    m_Retry.Again();
     if (!m_IsRefused) {
         m_IsRefused = true;
         Q_EMIT Refused();
