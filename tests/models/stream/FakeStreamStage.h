@@ -29,7 +29,9 @@ struct FakeStreamStage
     ~FakeStreamStage()
     {
         stream.reset();
-        Settle();
+        if (QDBusConnection::systemBus().isConnected()) {
+            Settle();
+        }
     }
 
     /** Starts the stream, and waits until it is registered. The events so far are forgotten. */

@@ -23,6 +23,7 @@ const QString kGivenBack = R"(abandonAudioFocus {"reason":"the answer came too l
 const QString kErrCode = R"({"errCode":13,"errMessage":"no"})";
 const QStringList kNothing;
 const int kPatience = 30000;
+const int kMoreThanAMessage = 33 << 20; // characters; the client library sends 32 MiB at most
 
 using Step = std::function<void(FakeStreamStage&)>;
 
@@ -125,6 +126,7 @@ private Q_SLOTS:
     void start_noSession_isOfflineAndTriedAgain();
     void registration_refused_isTriedAgain();
     void registration_refused_serviceLeaves_endsTheTrying();
+    void registration_thatCannotBeSent_isRefusedAtOnce();
     void request_granted_hasFocus();
     void request_decisionBeforeTheReply_counts();
     void request_decisionBeforeAnErrorReply_counts();
@@ -153,6 +155,7 @@ private Q_SLOTS:
     void abandon_whileRequested_lateDecisionGivesNoFocus();
     void abandon_whileRequested_waitsForTheReply();
     void abandon_refused_isHarmless();
+    void abandon_thatCannotBeSent_isHarmless();
     void abandon_byTheService_isALoss();
     void requestAfterAbandon_waitsForTheAnswer();
     void requestAfterAbandon_decisionOfTheFirst_givesNoFocus();
@@ -364,6 +367,15 @@ void tst_AudioStream::registration_refused_serviceLeaves_endsTheTrying()
     stage.service->Appear();
     QTRY_VERIFY_WITH_TIMEOUT(stage.stream->isAvailable(), kPatience);
     QCOMPARE(stage.TakeWire().filter("registerAudioStream"), QStringList{kRegistered});
+}
+
+void tst_AudioStream::registration_thatCannotBeSent_isRefusedAtOnce()
+{
+    const LogCapture log; // long records
+    FakeStreamStage stage;
+    stage.stream->setName(QString(kMoreThanAMessage, 'x'));
+    stage.stream->start();
+    QCOMPARE(stage.events.All(), (QStringList{"state Registering", "state Refused", "lastReason Refused"}));
 }
 
 // Requests
@@ -765,6 +777,19 @@ void tst_AudioStream::abandon_refused_isHarmless()
     stage.service->Answer("abandonAudioFocus", kErrCode);
     stage.stream->abandon("user");
     stage.TakeWire();
+    stage.stream->requestFocus();
+    QCOMPARE(stage.TakeWire(), QStringList{kRequested});
+}
+
+void tst_AudioStream::abandon_thatCannotBeSent_isHarmless()
+{
+    const LogCapture log; // long records
+    FakeStreamStage stage;
+    stage.Focus();
+    stage.TakeWire();
+    stage.stream->abandon(QString(kMoreThanAMessage, 'x'));
+    QCOMPARE(stage.events.Take(),
+             (QStringList{"state Idle", "hasFocus false", "lastReason Abandoned", "focusLost Abandoned"}));
     stage.stream->requestFocus();
     QCOMPARE(stage.TakeWire(), QStringList{kRequested});
 }
