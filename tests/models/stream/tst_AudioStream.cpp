@@ -174,6 +174,8 @@ private Q_SLOTS:
     void serviceLeaves_whileRegistering_isOffline();
     void serviceReturns_isIdleAndAsksForNothing_data();
     void serviceReturns_isIdleAndAsksForNothing();
+    void handedOver_answersOfTheOldOwnerDoNotCount();
+    void serviceReturns_queryIsAskedAnew();
     void slots_seeAllNewValues();
     void slots_callsTakeEffectAfterTheSignals();
     void destruction_endsTheSessionWithoutWaiting();
@@ -989,6 +991,7 @@ void tst_AudioStream::serviceLeaves_endsAClaimOnce()
 {
     QFETCH(int, situation);
     const Situation& begin = kSituations.at(situation);
+    const LogCapture log;
     FakeStreamStage stage;
     stage.Register();
     stage.stream->setPlaying(true);
@@ -1008,6 +1011,7 @@ void tst_AudioStream::serviceLeaves_endsAClaimOnce()
     stage.Change("gained");
     QCOMPARE(stage.events.All(), expected);
     QCOMPARE(stage.TakeWire(), kNothing);
+    QCOMPARE(log.Texts(QtCriticalMsg).filter("Session is not open"), kNothing); // nothing was tried
 }
 
 void tst_AudioStream::serviceLeaves_whileRegistering_isOffline()
@@ -1038,11 +1042,9 @@ void tst_AudioStream::serviceReturns_isIdleAndAsksForNothing()
     kSituations.at(situation).reach(stage);
     stage.service->Leave();
     QTRY_VERIFY_WITH_TIMEOUT(!stage.stream->isAvailable(), kPatience);
-    stage.service->Release("requestAudioFocus");
-    stage.service->Release("abandonAudioFocus");
     stage.TakeWire();
     stage.events.Take();
-    stage.service->Appear();
+    stage.service->Appear(); // answers to what was sent before are still to come
     const QStringList expected{"state Registering", "state Idle", "available true"};
     QTRY_COMPARE_WITH_TIMEOUT(stage.events.All(), expected, kPatience);
     QStringList wire = stage.TakeWire();
@@ -1054,6 +1056,65 @@ void tst_AudioStream::serviceReturns_isIdleAndAsksForNothing()
     QCOMPARE(stage.TakeWire(), QStringList{kRequested});
     stage.Decide("granted");
     QCOMPARE(stage.TakeWire(), QStringList{kActive}); // the new service has not been told
+    stage.events.Take();
+    stage.service->Release("requestAudioFocus");
+    stage.service->Release("abandonAudioFocus");
+    QCOMPARE(stage.TakeWire(), kNothing);
+    QCOMPARE(stage.events.Take(), kNothing);
+}
+
+void tst_AudioStream::handedOver_answersOfTheOldOwnerDoNotCount()
+{
+    FakeStreamStage stage;
+    stage.service->Leave();
+    stage.service->AppearReplaceable();
+    stage.Register();
+    stage.service->Hold("requestAudioFocus");
+    stage.stream->queryFocus();
+    QVERIFY(stage.service->WaitForCalls("requestAudioFocus", 1));
+    FakeService next;
+    next.Answer("openSession", R"({"sessionId":7})");
+    next.Hold("registerAudioStream");
+    next.TakeOver();
+    QVERIFY(next.WaitForCalls("registerAudioStream", 1));
+    QCOMPARE(stage.events.Take(),
+             (QStringList{"focusQueried false", "state Offline", "available false", "state Registering"}));
+    stage.service->Answer("requestAudioFocus", kErrCode);
+    stage.service->Release("requestAudioFocus");
+    stage.Settle();
+    QCOMPARE(stage.events.Take(), kNothing);
+
+    FakeService last;
+    last.Answer("openSession", R"({"sessionId":7})");
+    next.Leave();
+    last.Hold("registerAudioStream");
+    last.Appear();
+    QVERIFY(last.WaitForCalls("registerAudioStream", 1));
+    QCOMPARE(stage.events.Take(), (QStringList{"state Offline", "state Registering"}));
+    next.Answer("registerAudioStream", kErrCode);
+    next.Release("registerAudioStream");
+    next.CallClient(QDBusConnection::systemBus().baseService(), "/nobody", "ping", "{}");
+    QCoreApplication::processEvents();
+    QCOMPARE(stage.events.Take(), kNothing);
+    last.Release("registerAudioStream");
+    const QStringList expected{"state Idle", "available true"};
+    QTRY_COMPARE_WITH_TIMEOUT(stage.events.All(), expected, kPatience);
+}
+
+void tst_AudioStream::serviceReturns_queryIsAskedAnew()
+{
+    FakeStreamStage stage;
+    stage.Register();
+    stage.service->Hold("requestAudioFocus");
+    stage.stream->queryFocus();
+    stage.TakeWire();
+    stage.service->Leave();
+    QTRY_VERIFY_WITH_TIMEOUT(!stage.stream->isAvailable(), kPatience);
+    stage.service->Appear();
+    QTRY_VERIFY_WITH_TIMEOUT(stage.stream->isAvailable(), kPatience);
+    stage.TakeWire();
+    stage.stream->queryFocus();
+    QCOMPARE(stage.TakeWire(), QStringList{kQueried});
 }
 
 // Slots and the end
