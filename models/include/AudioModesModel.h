@@ -30,14 +30,16 @@ namespace Audio::Utils::Kiv::Models {
  * Life, threads, blocking, signals: see HmiListModel.
  *
  * @code
- * auto* modes = new AudioModesModel(view);
- * modes->setDestination(QStringLiteral("Cabin"));
- * QObject::connect(modes, &AudioModesModel::lastErrorChanged, [modes] { qInfo() << modes->lastError(); });
- * QObject::connect(view, &QListView::clicked, [modes](const QModelIndex& index) {
- *     modes->requestMode(index.data(AudioModesModel::NameRole).toString());
+ * AudioModesModel modes;
+ * modes.setDestination(QStringLiteral("Cabin"));
+ * QObject::connect(&modes, &AudioModesModel::lastErrorChanged, [&modes] { qInfo() << modes.lastError(); });
+ * QObject::connect(&modes, &HmiListModel::availableChanged, [&modes] {
+ *     if (modes.isAvailable()) {
+ *         modes.requestMode(QStringLiteral("Radio"));
+ *     }
  * });
- * view->setModel(modes);
- * modes->start();
+ * modes.start();
+ * QCoreApplication::exec();
  * @endcode
  */
 class KIV_AUDIO_MODELS_EXPORT AudioModesModel : public HmiListModel

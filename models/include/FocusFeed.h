@@ -22,10 +22,13 @@ struct FocusEvent;
  * Life, threads, blocking, signals: see HmiListModel.
  *
  * @code
- * auto* feed = new FocusFeed(view);
- * feed->setLimit(20);
- * view->setModel(feed);
- * feed->start();
+ * FocusFeed feed;
+ * feed.setLimit(20);
+ * QObject::connect(&feed, &FocusFeed::rowsInserted, [&feed] {
+ *     qInfo() << feed.index(0).data(FocusFeed::StreamNameRole) << feed.index(0).data(FocusFeed::NewFocusRole);
+ * });
+ * feed.start();
+ * QCoreApplication::exec();
  * @endcode
  */
 class KIV_AUDIO_MODELS_EXPORT FocusFeed : public HmiListModel
