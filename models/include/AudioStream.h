@@ -9,36 +9,38 @@
 
 #include <memory>
 
-class QDBusConnection;
-
 namespace Audio::Utils::Kiv::Models {
 
 /**
  * An audio stream of a player: registers it, negotiates the focus for it, and tells the player what to do.
  *
- * Configure it, start() it, then watch its properties. The states, what happens in each of them, and a whole player
- * stand in docs/audio-stream.md.
+ * Configure it, start() it, then watch its properties. The states, what happens in each of them, and a whole
+ * player stand in docs/audio-stream.md.
  *
- * **What the player does.** It asks with requestFocus() when its user presses play, and gives the focus back with
- * abandon() when its user stops, or there is nothing more to play. Pausing gives nothing back. It sets #playing to
- * what its user wants, and the sound is on while #playing and #hasFocus are both true. It falls silent on
- * pauseRequested(), without touching #playing; plays on at resumeSuggested(); and stops on focusLost().
+ * **What the player does.** It asks with requestFocus() when its user presses play, and gives the focus back
+ * with abandon() when its user stops, or there is nothing more to play. Pausing gives nothing back. It sets
+ * #playing to what its user wants, and the sound is on while #playing and #hasFocus are both true. It falls
+ * silent on pauseRequested(), without touching #playing; plays on at resumeSuggested(); and stops on
+ * focusLost().
  *
- * **What the stream does.** It registers itself, also with a service that starts late, restarts or refuses at first;
- * takes decisions that come before their replies; asks for nothing twice; and never asks for the focus by itself:
- * after a restart of the service the state is #Idle.
+ * **What the stream does.** It registers itself, also with a service that starts late, restarts or refuses at
+ * first; takes decisions that come before their replies; asks for nothing twice; and never asks for the focus
+ * by itself: after a restart of the service the state is #Idle.
  *
- * **Threads and blocking.** It belongs to one thread, which runs an event loop, and is used there only. On the main
- * thread call `QDBusConnection::systemBus()` before the event loop runs, and start() from within the loop. start() blocks
- * while a service that is there opens a session, and so does the event loop once when a service appears for the first
- * time; nothing else blocks, and reading a property asks nobody.
+ * **Threads and blocking.** It belongs to one thread, which runs an event loop, and is used there only. On
+ * the main thread call `QDBusConnection::systemBus()` before the event loop runs, and start() from within the
+ * loop. start() blocks while a service that is there opens a session, and so does the event loop once when a
+ * service appears for the first time; nothing else blocks, and reading a property asks nobody.
  *
- * **Signals.** A property's signal is emitted after all properties have their new values, and only when its own has
- * changed; then pauseRequested(), resumeSuggested() or focusLost(). What is called in a slot of one of these signals
- * takes effect when all of them are out. Do not delete the stream in such a slot: use deleteLater().
+ * **Signals.** A property's signal is emitted after all properties have their new values, and only when its
+ * own has changed; then pauseRequested(), resumeSuggested() or focusLost(). What is called in a slot of one
+ * of these signals takes effect when all of them are out. Do not delete the stream in such a slot: use
+ * deleteLater().
  *
- * **Errors.** Nothing is thrown. Wrong use is told by a warning in Qt's default logging category, and changes nothing;
- * refusals of the service are states. What the client library notices is logged by it.
+ * The bus is the system bus, which is the client library's; DBUS_SYSTEM_BUS_ADDRESS names another one.
+ *
+ * **Errors.** Nothing is thrown. Wrong use is told by a warning in Qt's default logging category, and changes
+ * nothing; refusals of the service are states. What the client library notices is logged by it.
  *
  * @code
  * AudioStream stream;
@@ -88,7 +90,9 @@ public:
     };
     Q_ENUM(State)
 
-    /** Why the focus has gone, or has not come. The service gives no reasons: these follow from what happened. */
+    /**
+     * Why the focus has gone, or has not come. The service gives no reasons: these follow from what happened.
+     */
     enum class Reason
     {
         None,        ///< It was never asked for, or was asked for since.
@@ -113,21 +117,24 @@ public:
     QString streamType() const;
     void setStreamType(const QString& streamType);
 
-    /** True, the default, for a stream that takes the focus for good (music); false for a while (an announcement). */
+    /**
+     * True, the default, for a stream that takes the focus for good (music); false for a while (an
+     * announcement).
+     */
     bool permanentFocus() const;
     void setPermanentFocus(bool isPermanent);
 
     /**
-     * The program's bus name; "com.quorvantel.audioclient." and the application's name by default, where each character
-     * that a name cannot have is an underscore. Several objects of a program can share it.
+     * The program's bus name; "com.quorvantel.audioclient." and the application's name by default, where each
+     * character that a name cannot have is an underscore. Several objects of a program can share it.
      */
     QString busName() const;
     void setBusName(const QString& busName);
 
     /**
-     * The path under which the service calls the stream, and the name of the mode that a stream with permanent focus
-     * offers. By default the bus name with slashes (and underscores for what a path cannot have). No two objects of a
-     * program may share it.
+     * The path under which the service calls the stream, and the name of the mode that a stream with
+     * permanent focus offers. By default the bus name with slashes (and underscores for what a path cannot
+     * have). No two objects of a program may share it.
      */
     QString objectPath() const;
     void setObjectPath(const QString& objectPath);
@@ -135,13 +142,6 @@ public:
     /** What the session is about, a zone for instance; empty by default. */
     QString destination() const;
     void setDestination(const QString& destination);
-
-    /**
-     * The connection over which the stream has its name and is called, and watches the service; the system bus by
-     * default. Its requests always go over `QDBusConnection::systemBus()`: another connection has to reach the same
-     * bus, and a service that calls the stream by its bus name. To use another bus, set DBUS_SYSTEM_BUS_ADDRESS.
-     */
-    void setConnection(const QDBusConnection& connection);
 
     /**
      * Begins: from here on nothing of the above can be changed. Without effect when called again.
@@ -162,9 +162,10 @@ public:
     Reason lastReason() const;
 
     /**
-     * Whether the player's user wants it to play. Only the player changes it: it becomes true when the user presses
-     * play, and false when the user pauses or stops, or the media ends; not when the focus goes or comes. So a user who
-     * pauses during an interruption is known to have paused. Do not bind it to what the player does at the moment.
+     * Whether the player's user wants it to play. Only the player changes it: it becomes true when the user
+     * presses play, and false when the user pauses or stops, or the media ends; not when the focus goes or
+     * comes. So a user who pauses during an interruption is known to have paused. Do not bind it to what the
+     * player does at the moment.
      *
      * The service is told that the stream plays while it is true and the focus is here.
      */
@@ -172,14 +173,14 @@ public:
     void setPlaying(bool isPlaying);
 
     /**
-     * Asks for the focus, if it is neither here, nor asked for, nor away for a while. What becomes of it is told by
-     * #state and focusLost(). A warning when the stream is not #available.
+     * Asks for the focus, if it is neither here, nor asked for, nor away for a while. What becomes of it is
+     * told by #state and focusLost(). A warning when the stream is not #available.
      */
     Q_INVOKABLE void requestFocus();
 
     /**
-     * Asks whether the service would give the focus. Changes nothing; focusQueried() answers. Until then another call
-     * has the same answer.
+     * Asks whether the service would give the focus. Changes nothing; focusQueried() answers. Until then
+     * another call has the same answer.
      */
     Q_INVOKABLE void queryFocus();
 
@@ -204,17 +205,22 @@ Q_SIGNALS:
     void lastReasonChanged();
     void playingChanged();
 
-    /** The focus is away for a while: fall silent, and leave #playing as it is. The state is State::Interrupted. */
+    /**
+     * The focus is away for a while: fall silent, and leave #playing as it is. The state is
+     * State::Interrupted.
+     */
     void pauseRequested();
 
-    /** The focus is back after pauseRequested(), and #playing is true: play on. The state is State::Focused. */
+    /**
+     * The focus is back after pauseRequested(), and #playing is true: play on. The state is State::Focused.
+     */
     void resumeSuggested();
 
     /**
      * The focus has gone and will not come back by itself; or it was asked for and will not come. Stop.
      *
-     * Once for each time that the state leaves Requested, Focused and Interrupted for another one; #lastReason is the
-     * same.
+     * Once for each time that the state leaves Requested, Focused and Interrupted for another one;
+     * #lastReason is the same.
      */
     void focusLost(Audio::Utils::Kiv::Models::AudioStream::Reason reason);
 

@@ -26,13 +26,21 @@ public:
     {
     }
 
+    /** Whether the configuration can be changed no more, with a warning. */
+    bool IsFixed(const char* property) const
+    {
+        if (link) {
+            qWarning("%s: %s stays as it was: it can be set before start() only", q.metaObject()->className(),
+                     property);
+        }
+        return link != nullptr;
+    }
+
     /** Sets a member of the settings, unless the stream has started. */
     template <typename Value>
     void Configure(Value& setting, const Value& value, const char* property, void (AudioStream::*changed)())
     {
-        if (link) {
-            qWarning("AudioStream: %s cannot be changed after start()", property);
-        } else if (setting != value) {
+        if (!IsFixed(property) && setting != value) {
             setting = value;
             Q_EMIT(q.*changed)();
         }
@@ -65,8 +73,7 @@ private:
 
 void AudioStream::Private::ConfigureName(QString& setting, const QString& value, const char* property)
 {
-    if (link) {
-        qWarning("AudioStream: %s cannot be changed after start()", property);
+    if (IsFixed(property)) {
         return;
     }
     const StreamSettings before = settings;
@@ -242,22 +249,13 @@ void AudioStream::setDestination(const QString& destination)
                          &AudioStream::destinationChanged);
 }
 
-void AudioStream::setConnection(const QDBusConnection& connection)
-{
-    if (m_Private->link) {
-        qWarning("AudioStream: the connection cannot be changed after start()");
-        return;
-    }
-    m_Private->settings.bus = connection;
-}
-
 void AudioStream::start()
 {
     if (m_Private->link) {
         return;
     }
     if (m_Private->settings.name.isEmpty()) {
-        qWarning("AudioStream: start() needs a name");
+        qWarning("%s: start() needs a name", metaObject()->className());
         return;
     }
     m_Private->Start();
@@ -305,7 +303,7 @@ void AudioStream::setPlaying(bool isPlaying)
 void AudioStream::requestFocus()
 {
     if (!isAvailable()) {
-        qWarning("AudioStream: requestFocus() needs an available stream");
+        qWarning("%s: requestFocus() needs an available stream", metaObject()->className());
         return;
     }
     m_Private->Handle(FocusMachine::Event::RequestFocus);
@@ -323,7 +321,7 @@ void AudioStream::queryFocus()
 void AudioStream::abandon(const QString& reason)
 {
     if (reason.isEmpty()) {
-        qWarning("AudioStream: abandon() needs a reason");
+        qWarning("%s: abandon() needs a reason", metaObject()->className());
         return;
     }
     m_Private->abandonReason = reason;

@@ -12,7 +12,7 @@ using Event = FocusMachine::Event;
 
 StreamLink::StreamLink(const StreamSettings& settings, QObject* parent)
     : QObject(parent),
-      m_Bus(settings.UsedBus()),
+      m_Bus(QDBusConnection::systemBus()),
       m_Registrator(m_Bus, settings.UsedBusName()),
       m_Export(m_Bus),
       m_App(m_Registrator, settings.UsedObjectPath(), settings.name, m_Export, settings.streamType,

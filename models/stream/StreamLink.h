@@ -17,10 +17,11 @@
 namespace Audio::Utils::Kiv::Models {
 
 /**
- * A stream's conversation with the service: sends what the machine wants sent, and tells what comes as its events.
+ * A stream's conversation with the service: sends what the machine wants sent, and tells what comes as its
+ * events.
  *
- * Of focus requests and abandonments one is on its way at a time; the next one waits for its answer. So whatever the
- * service has to say to the first it has said before it answers the second.
+ * Of focus requests and abandonments one is on its way at a time; the next one waits for its answer. So
+ * whatever the service has to say to the first it has said before it answers the second.
  */
 class StreamLink : public QObject
 {

@@ -5,10 +5,7 @@
 #include "session/ClientNames.h"
 
 #include <QCoreApplication>
-#include <QDBusConnection>
 #include <QString>
-
-#include <optional>
 
 namespace Audio::Utils::Kiv::Models {
 
@@ -21,9 +18,6 @@ struct StreamSettings
     QString busName;    ///< Empty for the default.
     QString objectPath; ///< Likewise.
     QString destination;
-    std::optional<QDBusConnection> bus; ///< None for the system bus.
-
-    QDBusConnection UsedBus() const { return bus ? *bus : QDBusConnection::systemBus(); }
 
     QString UsedBusName() const
     {

@@ -20,8 +20,8 @@ QString KeyOf(Enum value)
 }
 
 /**
- * Writes down every signal of a stream, in order, with the new value of its property: "state Idle", "pauseRequested",
- * "focusLost TakenOver".
+ * Writes down every signal of a stream, in order, with the new value of its property: "state Idle",
+ * "pauseRequested", "focusLost TakenOver".
  *
  * A property that has not changed since its last signal is written down as "state unchanged".
  */

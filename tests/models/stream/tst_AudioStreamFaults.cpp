@@ -148,7 +148,10 @@ QSet<QString> AllKinds()
 
 } // namespace
 
-/** Whatever goes wrong at the service leaves the stream in a state that is documented, and without a false focus. */
+/**
+ * Whatever goes wrong at the service leaves the stream in a state that is documented, and without a false
+ * focus.
+ */
 class tst_AudioStreamFaults : public QObject
 {
     Q_OBJECT
