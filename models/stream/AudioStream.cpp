@@ -18,7 +18,7 @@ const QString kTooLate = QStringLiteral("the answer came too late");
 } // namespace
 
 /** Connects the machine with the service and with the player. */
-class AudioStream::Private
+class Q_DECL_HIDDEN AudioStream::Private
 {
 public:
     explicit Private(AudioStream& stream)
