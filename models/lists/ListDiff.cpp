@@ -7,7 +7,7 @@ namespace Audio::Utils::Kiv::Models {
 
 namespace {
 
-constexpr qint64 kMostCells = 1000 * 1000;
+constexpr qint64 kMostCells = 1000000;
 
 /** How long the longest common subsequence is of what follows each pair of rows. */
 class CommonLengths
