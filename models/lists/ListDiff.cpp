@@ -14,7 +14,7 @@ class CommonLengths
 {
 public:
     CommonLengths(const QStringList& from, const QStringList& to)
-        : m_Columns(to.size() + 1),
+        : m_Columns(int(to.size()) + 1),
           m_Lengths((from.size() + 1) * m_Columns)
     {
         for (int row = int(from.size()) - 1; row >= 0; --row) {
