@@ -6,6 +6,7 @@ import os
 import re
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+HEADERS = ("include", "models/include")
 PATTERNS = ("*.md", "docs/*.md", "docs/guides/*.md", "docs/reference/*.md", "packaging/yocto/README.md")
 LINK = re.compile(r"\]\(((?!\w+:)[^()\s#]*)(#[^()\s]*)?\)")  # ](file#section), not ](https://…)
 FENCE = re.compile(r"^ *(`{3,})\s*([\w+-]*)")
@@ -27,10 +28,10 @@ def pages():
 def classes():
     """The public classes: name without scope → name with scope."""
     found = {}
-    for header in sorted(glob.glob(os.path.join(ROOT, "include", "*.h"))):
+    for header in [path for folder in HEADERS for path in sorted(glob.glob(os.path.join(ROOT, folder, "*.h")))]:
         scope = ""
         for line in read(header).split("\n"):
-            match = re.match(r"namespace (\S+) {|(})|class KIV_QTDBUS_EXPORT (\w+)", line)
+            match = re.match(r"namespace (\S+) {|(})|class KIV_(?:QTDBUS|AUDIO_MODELS)_EXPORT (\w+)", line)
             if match and match[3]:
                 found[match[3]] = scope + match[3]
             elif match:
@@ -53,7 +54,7 @@ def anchor_of(path, heading):
 
 def is_header(path):
     """Whether Doxygen makes a page of the file itself."""
-    return path.startswith(("include/", "testing/")) and path.endswith(".h")
+    return os.path.dirname(path) in (*HEADERS, "testing") and path.endswith(".h")
 
 
 def target_of(page, link):

@@ -15,6 +15,7 @@ inherit cmake_qt5 pkgconfig externalsrc bash-completion ptest
 
 EXTRA_OECMAKE = " \
     -DKIV_BUILD_EXAMPLES=OFF \
+    -DKIV_BUILD_MODELS=OFF \
     -DKIV_ZSH_COMPLETIONS=share/zsh/site-functions \
     -DCMAKE_SKIP_RPATH=ON \
 "
