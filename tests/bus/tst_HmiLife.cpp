@@ -727,7 +727,8 @@ void tst_HmiLife::completionSlot_powersTheClientDown()
     QCOMPARE(f.hmi->SetModeAsync("B"), 1u);
     QCOMPARE(f.hmi->GetModeAsync(""), 2u);
     QVERIFY(f.WaitForSignals(2));
-    QCOMPARE(f.heard.List(), (QStringList{"SignalSetModeCompleted 1 true", "SignalGetModeCompleted 2 true"}));
+    QCOMPARE(Sorted(f.heard.List()),
+             (QStringList{"SignalGetModeCompleted 2 true", "SignalSetModeCompleted 1 true"}));
     QCOMPARE(f.Requests(),
              kBeginning + (QStringList{R"(setMode {"newMode":"B","sessionId":7})", kGetMode, kCloseSession}));
     QCOMPARE(f.OtherComplaints(), Records{});
