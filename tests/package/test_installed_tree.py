@@ -16,14 +16,16 @@ import unittest
 BUILD, COMPILER, QT, PACKAGE, PROGRAMS = sys.argv[1:6]
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 LIBRARY = f"lib{PACKAGE}.so"
+MODELS = f"lib{PACKAGE.replace('qtdbus-lib', 'audio-models')}.so"
 
 # What each file needs, beside the C and C++ run time.
-RUN_TIME = {"libstdc++.so.6", "libgcc_s.so.1", "libm.so.6", "libc.so.6"}
+RUN_TIME = {"libstdc++.so.6", "libgcc_s.so.1", "libm.so.6", "libc.so.6", "ld-linux-x86-64.so.2"}
 QT_LIBRARIES = {f"libQt{QT}Core.so.{QT}", f"libQt{QT}DBus.so.{QT}"}
 NEEDED = {
     LIBRARY: QT_LIBRARIES | {"libcjson.so.1"},
     "kiv-audio-simulator": QT_LIBRARIES,
     "kivctl": QT_LIBRARIES | {"libdbus-1.so.3"},
+    MODELS: QT_LIBRARIES,
 }
 
 TRIPLET = subprocess.run([COMPILER, "-print-multiarch"], check=True, capture_output=True, text=True).stdout.strip()
@@ -116,12 +118,12 @@ class WholeTree(unittest.TestCase):
         soname = f"{LIBRARY}.{project_version().split('.', maxsplit=1)[0]}"
         for path in self.elf:
             name = re.sub(r"(?<=\.so)\..*", "", os.path.basename(path))
-            expected = NEEDED[name] | ({soname} if name == "kivctl" else set())
+            expected = NEEDED[name] | ({soname} if name in ("kivctl", MODELS) else set())
             self.assertEqual(set(dynamic_entries(path, "NEEDED")) - RUN_TIME, expected, name)
 
     def test_programsAndLibraries_areThoseThatAreKnown(self):
         version = project_version()
-        found = [path[len(self.tree) + 1:] for path in self.elf]
+        found = [path[len(self.tree) + 1:] for path in self.elf if os.path.basename(path) != f"{MODELS}.{version}"]
         tools = [f"{PROGRAMS}/kiv-audio-simulator", f"{PROGRAMS}/kivctl"]
         library = [path for path in found if os.path.basename(path) == f"{LIBRARY}.{version}"]
         self.assertEqual(len(library), 1)
@@ -133,9 +135,11 @@ class WholeTree(unittest.TestCase):
         library = next(path for path in self.elf if os.path.basename(path).startswith(LIBRARY))
         folder = os.path.dirname(library)
         self.assertEqual(dynamic_entries(library, "SONAME"), [f"{LIBRARY}.{major}"])
+        libraries = [name for name in (LIBRARY, MODELS) if os.path.exists(os.path.join(folder, name))]
         links = {name: os.readlink(os.path.join(folder, name)) for name in os.listdir(folder)
                  if os.path.islink(os.path.join(folder, name))}
-        self.assertEqual(links, {LIBRARY: f"{LIBRARY}.{major}", f"{LIBRARY}.{major}": f"{LIBRARY}.{version}"})
+        self.assertEqual(links, {name + tail: f"{name}.{target}" for name in libraries
+                                 for tail, target in (("", major), (f".{major}", version))})
 
     def test_folders_areOpenToEverybody(self):
         for path in files_of(self.tree):
@@ -154,9 +158,9 @@ class Layout(unittest.TestCase):
 
     def install(self, prefix, *options, image=None):
         folder = os.path.join(self.stage, "build")
+        parts = [f"-DKIV_BUILD_{part}=OFF" for part in ("TOOLS", "MODELS", "TESTS", "EXAMPLES")]
         output_of("cmake", "-S", ROOT, "-B", folder, "-G", "Ninja", f"-DCMAKE_CXX_COMPILER={COMPILER}",
-                  f"-DKIV_QT_MAJOR={QT}", "-DKIV_BUILD_TOOLS=OFF", "-DKIV_BUILD_TESTS=OFF", "-DKIV_BUILD_EXAMPLES=OFF",
-                  f"-DCMAKE_INSTALL_PREFIX={prefix}", *options)
+                  f"-DKIV_QT_MAJOR={QT}", *parts, f"-DCMAKE_INSTALL_PREFIX={prefix}", *options)
         for name in os.listdir(os.path.join(BUILD, "src")):
             if name.startswith(LIBRARY):
                 shutil.copy2(os.path.join(BUILD, "src", name), os.path.join(folder, "src"), follow_symlinks=False)
