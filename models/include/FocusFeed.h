@@ -13,11 +13,12 @@ namespace Audio::Utils::Kiv::Models {
 struct FocusEvent;
 
 /**
- * What the service tells every HMI of the focus of streams, whatever the destination: a list of events, the newest first.
+ * What the service tells every HMI of the focus of streams, whatever the destination: a list of events, the
+ * newest first.
  *
- * At most #limit events are kept. An event comes in as row 0, and then the last row goes if there are too many. Events
- * that were sent while this program had no session, or before start(), are not in the list. The list outlives restarts of
- * the service.
+ * At most #limit events are kept. An event comes in as row 0, and then the last row goes if there are too
+ * many. Events that were sent while this program had no session, or before start(), are not in the list. The
+ * list outlives restarts of the service.
  *
  * Life, threads, blocking, signals: see HmiListModel.
  *
@@ -25,7 +26,8 @@ struct FocusEvent;
  * FocusFeed feed;
  * feed.setLimit(20);
  * QObject::connect(&feed, &FocusFeed::rowsInserted, [&feed] {
- *     qInfo() << feed.index(0).data(FocusFeed::StreamNameRole) << feed.index(0).data(FocusFeed::NewFocusRole);
+ *     const QModelIndex newest = feed.index(0);
+ *     qInfo() << newest.data(FocusFeed::StreamNameRole) << newest.data(FocusFeed::NewFocusRole);
  * });
  * feed.start();
  * QCoreApplication::exec();
@@ -34,6 +36,7 @@ struct FocusEvent;
 class KIV_AUDIO_MODELS_EXPORT FocusFeed : public HmiListModel
 {
     Q_OBJECT
+    /** How many events are kept: 100 by default, at least 1. It can be changed at any time. */
     Q_PROPERTY(int limit READ limit WRITE setLimit NOTIFY limitChanged)
 
 public:
@@ -50,22 +53,39 @@ public:
     };
     Q_ENUM(Role)
 
+    /** An empty list. @param parent the Qt parent. */
     explicit FocusFeed(QObject* parent = nullptr);
+
+    /** As that of HmiListModel. */
     ~FocusFeed() override;
 
-    /** How many events are kept: 100 by default. */
+    /** @return #limit. */
     int limit() const;
 
-    /** Removes the oldest events when there are more. A limit below 1 gives a warning and changes nothing. */
+    /**
+     * Sets #limit, and removes the oldest events when there are more.
+     *
+     * @param limit from 1; a smaller one gives a warning and changes nothing.
+     */
     void setLimit(int limit);
 
-    /** Removes all events. */
+    /** Removes all events; later ones come in as before. */
     Q_INVOKABLE void clear();
 
+    /**
+     * What a row tells.
+     *
+     * @param index the row.
+     * @param role one of #Role.
+     * @return the value; invalid for any other role or index.
+     */
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+
+    /** @return the names that the values of #Role have in QML. */
     QHash<int, QByteArray> roleNames() const override;
 
 Q_SIGNALS:
+    /** #limit is another one. After the rows that are too many have gone. */
     void limitChanged();
 
 private:

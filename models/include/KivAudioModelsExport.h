@@ -4,8 +4,16 @@
 
 #include <QtGlobal>
 
-/** @file Marks what the library kiv-audio-models offers. */
+/**
+ * @file
+ * What marks the exported symbols of the models.
+ */
 
+/**
+ * @def KIV_AUDIO_MODELS_EXPORT
+ * Marks what the library kiv-audio-models exports; every other symbol of it is hidden.
+ * Programs that use the library need not define anything.
+ */
 #ifdef KIV_AUDIO_MODELS_LIBRARY
 #define KIV_AUDIO_MODELS_EXPORT Q_DECL_EXPORT
 #else

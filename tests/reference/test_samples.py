@@ -1,5 +1,8 @@
 # SPDX-License-Identifier: MIT
-"""test_samples.py ROOT COMPILER OPTION…: the samples in the public headers compile, each as the body of a function."""
+"""test_samples.py COMPILER OPTION…: the samples in the public headers compile, each as the body of a function.
+
+The public headers are those in the folders that the options name with -I.
+"""
 
 import glob
 import os
@@ -9,21 +12,23 @@ import sys
 import tempfile
 import unittest
 
-ROOT = sys.argv[1]
-COMPILE = [*sys.argv[2:], "-std=c++17", "-fsyntax-only", "-Wall", "-Wextra", "-Werror", "-Wno-unused-variable",
+FOLDERS = [option[len("-I"):] for option in sys.argv[2:] if option.startswith("-I")]
+COMPILE = [*sys.argv[1:], "-std=c++17", "-fsyntax-only", "-Wall", "-Wextra", "-Werror", "-Wno-unused-variable",
            "-Wno-unused-but-set-variable", "-x", "c++", "-"]
 SAMPLE = re.compile(r"^ *\* @code\n(.*?)^ *\* @endcode$", re.MULTILINE | re.DOTALL)
 BEGIN = """#include <QtCore>
 #include <QtDBus>
 {includes}
+namespace Audio::Utils::Kiv::Models {{}} // also where they are not built
+using namespace Audio::Utils::Kiv::Models;
 using namespace Audio::Utils::Kiv::QtDbus;
 using namespace Audio::Utils::Kiv::QtDbus::Testing;
 """
 
 
 def public_headers():
-    """All of them, in include/ and testing/."""
-    return sorted(path for folder in ("include", "testing") for path in glob.glob(os.path.join(ROOT, folder, "*.h")))
+    """All of them."""
+    return sorted(path for folder in FOLDERS for path in glob.glob(os.path.join(folder, "*.h")))
 
 
 def samples_of(path):
@@ -54,9 +59,9 @@ class Samples(unittest.TestCase):
     def test_headers_eachSampleCompiles(self):
         self.assertEqual(complaints_about(program_of(public_headers())), "")
 
-    def test_clientsAndWhatTheyAreGiven_haveASample(self):
+    def test_clientsModelsAndWhatTheyAreGiven_haveASample(self):
         without = [os.path.basename(path) for path in public_headers()
-                   if re.match(r"AudioManager|AdaptorConnection|ServiceRegistrator|Json|Fake", os.path.basename(path))
+                   if re.match(r"Audio|AdaptorConnection|FocusFeed|ServiceRegistrator|Json|Fake", os.path.basename(path))
                    and not list(samples_of(path))]
         self.assertEqual(without, [])
 
