@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "StandardStreams.h"
 
+#include <initializer_list>
+
 #include <fcntl.h>
 #include <unistd.h>
 
