@@ -7,14 +7,14 @@ namespace Audio::Utils::Kiv::Models {
 
 namespace {
 
-constexpr qint64 kMostCells = 1000 * 1000;
+constexpr qint64 kMostCells = 1000000;
 
 /** How long the longest common subsequence is of what follows each pair of rows. */
 class CommonLengths
 {
 public:
     CommonLengths(const QStringList& from, const QStringList& to)
-        : m_Columns(to.size() + 1),
+        : m_Columns(int(to.size()) + 1),
           m_Lengths((from.size() + 1) * m_Columns)
     {
         for (int row = int(from.size()) - 1; row >= 0; --row) {

@@ -121,11 +121,13 @@ void HmiModes::OnCurrentRead(quint32 request, bool isRead)
 void HmiModes::OnRead(bool isRead)
 {
     if (!isRead) {
-        if (!m_Retry.isActive()) { // list and current mode may both have failed
-            m_Retry.Again();
-        }
         Q_EMIT Failed(QStringLiteral("The audio service does not tell its modes."));
-    } else if (!m_Retry.isActive()) {
+    }
+    const bool hasOtherFailed = m_Retry.isActive();
+    if (!isRead && !hasOtherFailed) {
+        m_Retry.Again();
+    }
+    if (isRead && !hasOtherFailed) {
         Q_EMIT Succeeded();
     }
     Q_EMIT Changed();

@@ -428,10 +428,13 @@ void tst_AudioModesModel::restart_requestBeforeTheListIsRead_waitsForIt()
     stage.Restart({"Radio", "Tape"});
     stage.service->Hold("getModeList");
     stage.Return();
-    QVERIFY(stage.hmi.model.requestMode("Tape"));
+    QVERIFY(stage.hmi.model.requestMode("Bluetooth")); // was offered
+    stage.service->Release("getModeList");
+    QTRY_COMPARE_WITH_TIMEOUT(stage.hmi.Names(), (QStringList{"Radio", "Tape"}), 30000);
     Modes::Settle();
     QCOMPARE(stage.service->Count("setMode"), 0);
-    stage.service->Release("getModeList");
+    QCOMPARE(stage.hmi.model.pendingMode(), "Bluetooth");
+    stage.service->Add("Bluetooth");
     QVERIFY(stage.service->WaitForCalls("setMode", 1));
     QTRY_COMPARE_WITH_TIMEOUT(stage.hmi.model.isBusy(), false, 30000);
     QCOMPARE(stage.hmi.model.lastError(), "");
