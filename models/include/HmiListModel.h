@@ -54,7 +54,10 @@ public:
      */
     QString busName() const;
 
-    /** Under which path the service calls the client: #busName as a path by default. An empty text sets the default. */
+    /**
+     * Under which path the service calls the client: #busName as a path, and "/hmi", by default. An empty text sets the
+     * default.
+     */
     QString objectPath() const;
 
     /** What the session and its modes are about, a zone for instance; empty, the default, for all. */

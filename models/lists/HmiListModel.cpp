@@ -36,7 +36,9 @@ QString HmiListModel::busName() const
 
 QString HmiListModel::objectPath() const
 {
-    return m_Data->objectPath.isEmpty() ? DefaultObjectPath(busName()) : m_Data->objectPath;
+    // Beside a stream of the same program, whose default is the path of the name itself.
+    return m_Data->objectPath.isEmpty() ? DefaultObjectPath(busName()) + QLatin1String("/hmi")
+                                        : m_Data->objectPath;
 }
 
 QString HmiListModel::destination() const

@@ -118,10 +118,10 @@ void tst_ModelsTogether::names_followFromTheApplication()
     const QString name = QCoreApplication::applicationName();
     AudioModesModel model;
     QCOMPARE(model.busName(), "com.quorvantel.audioclient.tst_ModelsTogether");
-    QCOMPARE(model.objectPath(), "/com/quorvantel/audioclient/tst_ModelsTogether");
+    QCOMPARE(model.objectPath(), "/com/quorvantel/audioclient/tst_ModelsTogether/hmi");
     QCoreApplication::setApplicationName("my hmi");
     QCOMPARE(model.busName(), "com.quorvantel.audioclient.my_hmi");
-    QCOMPARE(FocusFeed().objectPath(), "/com/quorvantel/audioclient/my_hmi");
+    QCOMPARE(FocusFeed().objectPath(), "/com/quorvantel/audioclient/my_hmi/hmi");
     QCoreApplication::setApplicationName(name);
     QCOMPARE(model.destination(), "");
     QVERIFY(!model.isAvailable());
@@ -136,14 +136,14 @@ void tst_ModelsTogether::settings_tellTheirChangesOnce()
     journal.Watch(&HmiListModel::destinationChanged, "destination");
     model.setBusName("a.b-c");
     model.setBusName("a.b-c");
-    QCOMPARE(journal.Take(), (QStringList{"busName=a.b-c", "objectPath=/a/b_c"}));
-    model.setObjectPath("/a/b_c"); // what it is already
+    QCOMPARE(journal.Take(), (QStringList{"busName=a.b-c", "objectPath=/a/b_c/hmi"}));
+    model.setObjectPath("/a/b_c/hmi"); // what it is already
     model.setBusName("d.e");
     QCOMPARE(journal.Take(), QStringList{"busName=d.e"});
     model.setObjectPath("");
     model.setDestination("Rear");
     model.setDestination("Rear");
-    QCOMPARE(journal.Take(), (QStringList{"objectPath=/d/e", "destination=Rear"}));
+    QCOMPARE(journal.Take(), (QStringList{"objectPath=/d/e/hmi", "destination=Rear"}));
 }
 
 void tst_ModelsTogether::settings_afterStart_areRefused_data()
