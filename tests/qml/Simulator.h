@@ -25,10 +25,7 @@ public:
     }
 
     /** So many calls of a method have come in since the scenario started. */
-    Q_INVOKABLE int callCount(const QString& method)
-    {
-        return static_cast<int>(m_Control.CallCount(method));
-    }
+    Q_INVOKABLE int callCount(const QString& method) { return static_cast<int>(m_Control.CallCount(method)); }
 
 private:
     SimulatorControl m_Control;

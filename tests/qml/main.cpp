@@ -25,6 +25,6 @@ public Q_SLOTS:
 
 } // namespace
 
-QUICK_TEST_MAIN_WITH_SETUP(kiv-audio, Setup)
+QUICK_TEST_MAIN_WITH_SETUP(qml, Setup)
 
 #include "main.moc"
