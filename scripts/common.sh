@@ -10,6 +10,8 @@ build_packages=(g++ cmake ninja-build pkg-config qtbase5-dev qtbase5-dev-tools l
 demo_packages=("${build_packages[@]}" dbus-daemon)
 test_packages=("${demo_packages[@]}" bash binutils dbus-bin dbus-system-bus-common libglib2.0-bin make mandoc python3
     python3-dbusmock python3-gi python3-jsonschema qt5-qmake systemd zsh)
+qml_packages=(qtdeclarative5-dev qtdeclarative5-dev-tools qml-module-qtqml qml-module-qtquick-window2
+    qml-module-qtquick2 qml-module-qttest qmlscene)
 qt6_packages=(qmake6 qt6-base-dev qt6-base-dev-tools)
 benchmark_packages=("${demo_packages[@]}" binutils libbenchmark-dev libglib2.0-dev libsdbus-c++-dev libsystemd-dev
     nlohmann-json3-dev python3 valgrind)
