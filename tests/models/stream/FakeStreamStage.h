@@ -79,7 +79,7 @@ struct FakeStreamStage
                 wire.append(call.methodName + ' ' + call.arguments);
             }
         }
-        m_WireMark = calls.size();
+        m_WireMark = int(calls.size());
         return wire;
     }
 

@@ -12,7 +12,7 @@ namespace {
 
 int OpenFiles()
 {
-    return QDir("/proc/self/fd").entryList(QDir::System | QDir::Files).size();
+    return int(QDir("/proc/self/fd").entryList(QDir::System | QDir::Files).size());
 }
 
 } // namespace
