@@ -12,6 +12,9 @@ test_packages=("${demo_packages[@]}" bash binutils dbus-bin dbus-system-bus-comm
     python3-dbusmock python3-gi python3-jsonschema qt5-qmake systemd zsh)
 qml_packages=(qtdeclarative5-dev qtdeclarative5-dev-tools qml-module-qtqml qml-module-qtquick-window2
     qml-module-qtquick2 qml-module-qttest qmlscene)
+screens_packages=("${qml_packages[@]}" fonts-dejavu-core libqt5multimedia5-plugins qml-module-qtquick-controls2
+    qml-module-qtquick-layouts qml-module-qtquick-templates2 qtmultimedia5-dev qtquickcontrols2-5-dev qttools5-dev
+    qttools5-dev-tools)
 qt6_packages=(qmake6 qt6-base-dev qt6-base-dev-tools)
 benchmark_packages=("${demo_packages[@]}" binutils libbenchmark-dev libglib2.0-dev libsdbus-c++-dev libsystemd-dev
     nlohmann-json3-dev python3 valgrind)

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+#ifndef KIV_TESTS_SCREENSTAGE_H
+#define KIV_TESTS_SCREENSTAGE_H
+
+#include "SimulatorControl.h"
+#include "SimulatorProcess.h"
+
+#include <memory>
+
+namespace KivTest {
+
+/** The service that a screen is tested with: the simulator, a process that can be killed and started again. */
+class ScreenStage
+{
+public:
+    explicit ScreenStage(const QStringList& options = {})
+        : m_Options(options)
+    {
+    }
+
+    /** Starts the service, also again after it has ended. Until the first time there is none. */
+    void StartService()
+    {
+        m_Simulator = std::make_unique<SimulatorProcess>(m_Options);
+        if (!m_Simulator->WaitUntilReady()) {
+            qFatal("the simulator does not become ready: %s", qPrintable(m_Simulator->Errors()));
+        }
+    }
+
+    /** Ends the service without a word. */
+    void KillService() { m_Simulator.reset(); }
+
+    bool IsServiceRunning() const { return m_Simulator && m_Simulator->IsRunning(); }
+
+    SimulatorControl control;
+
+private:
+    const QStringList m_Options;
+    std::unique_ptr<SimulatorProcess> m_Simulator;
+};
+
+} // namespace KivTest
+
+#endif // KIV_TESTS_SCREENSTAGE_H
