@@ -27,13 +27,15 @@ struct Frame
 using Turn = qint64;
 
 /**
- * Times the frames of a window and the turns of the main thread's event loop, which is the rendering thread, too: the
- * software renderer has no other.
+ * Times the frames of a window, and the turns of the main thread's event loop. Both are on one thread: the software
+ * renderer has no other.
  *
- * The signals of the window are emitted within a frame, in this order: afterAnimating (all is laid out),
- * beforeSynchronizing, afterSynchronizing, beforeRendering, afterRendering, frameSwapped. The logging category
- * qt.scenegraph.time.renderloop (QSG_RENDER_TIMING=1) tells of the same frame right after that. One at a time: it sets
- * the message handler.
+ * The signals of the window come within a frame, in this order: afterAnimating (all is laid out),
+ * beforeSynchronizing, afterSynchronizing, beforeRendering, afterRendering, frameSwapped. Right after that, the
+ * logging category qt.scenegraph.time.renderloop (QSG_RENDER_TIMING=1) tells of the same frame. What it calls a
+ * frame begins when waiting input has been handled.
+ *
+ * One at a time: it sets the message handler.
  */
 class FrameClock : public QObject
 {

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
-// Times the frames of the example program's panel beside a simulator whose scenario benchmarks/driver/panel.py writes.
-#include "FrameClock.h"
+// Times the frames of the example program's panel, beside a simulator whose scenario the driver has written.
+#include "Measurement.h"
 #include "PanelUnderLoad.h"
 #include "SimulatorControl.h"
 
 #include <QCommandLineParser>
 #include <QEventLoop>
 #include <QGuiApplication>
-#include <QJsonArray>
 #include <QLoggingCategory>
 #include <QTest>
 #include <QTimer>
@@ -73,49 +72,6 @@ void RunFor(int milliseconds)
     loop.exec();
 }
 
-/** What happens within a time. */
-class Measurement
-{
-public:
-    explicit Measurement(FrameClock& clock)
-        : m_Clock(clock)
-    {
-        m_Clock.TakeFrames();
-        m_Clock.TakeTurns();
-    }
-
-    /** "wall" and "cpu" in ns, and lists of ns: "total" of each frame and its parts, "turns". */
-    QJsonObject Result()
-    {
-        const qint64 wall = Now() - m_Wall;
-        const qint64 cpu = ProcessCpu() - m_Cpu;
-        QJsonObject result{{"wall", wall}, {"cpu", cpu}};
-        const std::vector<Frame> frames = m_Clock.TakeFrames();
-        const std::pair<const char*, qint64 Frame::*> parts[] = {
-            {"polish", &Frame::polish}, {"sync", &Frame::sync},   {"render", &Frame::render},
-            {"swap", &Frame::swap},     {"total", &Frame::total}, {"frameCpu", &Frame::cpu},
-            {"logged", &Frame::logged}};
-        for (const auto& [name, part] : parts) {
-            QJsonArray values;
-            for (const Frame& frame : frames) {
-                values.append(frame.*part);
-            }
-            result.insert(name, values);
-        }
-        QJsonArray turns;
-        for (const Turn turn : m_Clock.TakeTurns()) {
-            turns.append(turn);
-        }
-        result.insert("turns", turns);
-        return result;
-    }
-
-private:
-    FrameClock& m_Clock;
-    const qint64 m_Wall = Now();
-    const qint64 m_Cpu = ProcessCpu();
-};
-
 /** Waits until nothing moves. */
 void Settle(FrameClock& clock)
 {
@@ -176,7 +132,8 @@ QJsonObject Compare(const PanelUnderLoad& panel, const Options& options, const Q
                 .arg(options.events)
                 .arg(sent.size())
                 .arg(panel.Rows()));
-    const QString newest = panel.Model("feed")->index(0, 0).data(Qt::UserRole + 1).toString();
+    const QAbstractItemModel& feed = *panel.Model("feed");
+    const QString newest = feed.index(0, 0).data(feed.roleNames().key("streamName")).toString();
     Require(sent.last().contains('"' + newest + '"') && panel.TopRow() == newest,
             QStringLiteral("the last event was %1, the first row is of \"%2\", the screen shows \"%3\"")
                 .arg(sent.last(), newest, panel.TopRow()));
