@@ -5,6 +5,7 @@
 #include "ComQuorvantelServiceProviderInterface.h"
 #include "ConcreteServiceProviderProxy.h"
 #include "KivBaseClient.h"
+#include "MethodKind.h"
 #include "ServiceProviderAdaptor.h"
 #include "ServiceProviderClient.h"
 
@@ -19,21 +20,6 @@
 using namespace Audio::Utils::Kiv::QtDbus;
 
 namespace {
-
-const char* KindOf(const QMetaMethod& method)
-{
-    switch (method.methodType()) {
-    case QMetaMethod::Signal:
-        return "signal";
-    case QMetaMethod::Slot:
-        return "slot";
-    case QMetaMethod::Constructor:
-        return "constructor";
-    case QMetaMethod::Method:
-        break;
-    }
-    return "method";
-}
 
 void PrintEnumerator(const QMetaEnum& enumerator)
 {
@@ -57,7 +43,7 @@ void Print(const QMetaObject& type)
     }
     for (int i = type.methodOffset(); i < type.methodCount(); ++i) {
         const QMetaMethod method = type.method(i);
-        std::printf("  %d %s %s %s\n", i - type.methodOffset(), KindOf(method), method.typeName(),
+        std::printf("  %d %s %s %s\n", i - type.methodOffset(), KivAbi::KindOf(method), method.typeName(),
                     method.methodSignature().constData());
     }
 }

@@ -6,6 +6,7 @@ import platform
 import subprocess
 import time
 
+import panel
 from measure import LIBRARY
 
 
@@ -77,6 +78,15 @@ def counts_table(counts):
     return _table(("Operation", "Instructions", "Allocations"),
                   [(name, str(figures["instructions"]), f"{figures['allocations']:.1f}")
                    for name, figures in sorted(counts.items())])
+
+
+def panel_tables(runs):
+    """@param runs: by size and theme, the figures of each run."""
+    return [_table(("Size", "Theme", *(column.title for column in panel.COLUMNS)), panel.rows(runs)),
+            _table(("Size", "Theme", *(f"{part} ms, p99 / longest" for part in panel.PARTS)), panel.part_rows(runs)),
+            _table(("The worst", "Limit", "Measured", ""), [
+                (column.title, f"≤ {column.limit:g}", f"{worst:.{column.digits}f}", "met" if met else "**not met**")
+                for column, worst, met in panel.judge(runs)])]
 
 
 def fields(values):

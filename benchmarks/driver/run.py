@@ -11,6 +11,7 @@ import sys
 from pathlib import Path
 
 import gate
+import panel
 import report
 from measure import FLIGHTS, Measurements, ProgramFailed, medians
 from targets import MEASUREMENTS, TARGETS
@@ -39,11 +40,15 @@ def arguments():
     parser.add_argument("--gate", action="store_true",
                         help="only counts instructions and allocations, and compares with benchmarks/limits.json")
     parser.add_argument("--update", action="store_true", help="with --gate: writes the limits instead")
+    parser.add_argument("--panel", action="store_true",
+                        help="only times the frames of the example program hmi-panel, beside the simulator")
     options = parser.parse_args()
     if options.runs < 1:
         parser.error("--runs: expected a number above 0")
     if options.update and not options.gate:
         parser.error("--update: only with --gate")
+    if options.panel and (options.gate or options.nightly or options.row):
+        parser.error("--panel: alone, or with --brief or --runs")
     return options
 
 
@@ -125,6 +130,23 @@ def run_gate(options, measurements, output):
     return MET
 
 
+def write(output, name, parts, result):
+    """Prints the parts of a text, and writes them and the results into files."""
+    text = "\n\n".join(parts) + "\n"
+    (output / f"{name}.md").write_text(text, encoding="utf-8")
+    (output / f"{name}.json").write_text(json.dumps(result, indent=1, ensure_ascii=False), encoding="utf-8")
+    print(text)
+    say(f"written: {output}/{name}.md, {output}/{name}.json")
+
+
+def run_panel(options, _, output):
+    runs = panel.measure(options.folder, options.brief, 1 if options.brief else options.runs, say)
+    result = {"surroundings": report.surroundings(),
+              "runs": [{"size": size, "theme": theme, "figures": figures} for (size, theme), figures in runs.items()]}
+    write(output, "panel", [report.fields(result["surroundings"]), *report.panel_tables(runs)], result)
+    return MET if options.brief or all(met for *_, met in panel.judge(runs)) else NOT_MET
+
+
 def run_table(options, measurements, output):
     targets = [target for target in TARGETS if not options.row or target.row in options.row]
     runs = measure_targets(measurements, targets, 1 if options.brief else options.runs)
@@ -140,11 +162,7 @@ def run_table(options, measurements, output):
         parts += [report.contestant_table(works), report.codec_table(codecs), report.counts_table(result["counts"]),
                   report.fields(result["endurance"])]
     agrees = compare_codecs(options.folder) if options.nightly else True
-    text = "\n\n".join(parts) + "\n"
-    (output / "benchmark.md").write_text(text, encoding="utf-8")
-    (output / "benchmark.json").write_text(json.dumps(result, indent=1, ensure_ascii=False), encoding="utf-8")
-    print(text)
-    say(f"written: {output}/benchmark.md, {output}/benchmark.json")
+    write(output, "benchmark", parts, result)
     if options.brief:
         return MET
     return MET if agrees and all(one["met"] for _, one in judged) else NOT_MET
@@ -156,7 +174,8 @@ def main():
     output.mkdir(exist_ok=True)
     measurements = Measurements(options.folder, options.brief)
     try:
-        return (run_gate if options.gate else run_table)(options, measurements, output)
+        action = run_gate if options.gate else run_panel if options.panel else run_table
+        return action(options, measurements, output)
     except (ProgramFailed, OSError, KeyError, subprocess.SubprocessError) as error:
         print(f"benchmark: {error}", file=sys.stderr)
         return FAILED

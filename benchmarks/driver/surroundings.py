@@ -85,9 +85,14 @@ def _process(command, **options):
         process.stdout.close()
 
 
-@contextlib.contextmanager
 def bus_with_service(programs):
     """A bus with raised limits and the echo service, for programs that run() starts meanwhile."""
+    return bus_with([programs / "kiv-benchmark-service"])
+
+
+@contextlib.contextmanager
+def bus_with(command):
+    """Likewise with a service that prints "ready" when it is."""
     with tempfile.TemporaryDirectory(prefix="kiv-benchmark-") as folder:
         path = os.path.join(folder, "bus.conf")
         with open(path, "w", encoding="utf-8") as file:
@@ -100,7 +105,7 @@ def bus_with_service(programs):
                 with open(errors, encoding="utf-8") as written:
                     raise ProgramFailed(f"dbus-daemon did not start: {written.read()}")
             os.environ["DBUS_SYSTEM_BUS_ADDRESS"] = address
-            with _process([programs / "kiv-benchmark-service"]) as service:
+            with _process(command) as service:
                 if service.stdout.readline() != "ready\n":
-                    raise ProgramFailed("the benchmark's service did not start")
+                    raise ProgramFailed(f"{command[0]} did not start")
                 yield

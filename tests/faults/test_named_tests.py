@@ -9,7 +9,8 @@ import unittest
 
 CTEST, BUILD, *PAGES = sys.argv[1:]
 # `label.program`, then its functions, up to the next program or the end of the cell; "…" stands for the rest of a name.
-NAMED = re.compile(r"`((?:bus|faults|fuzz|policy|properties|unit)\.[\w-]+)`(?:: ([^|`]*))?")
+NAMED = re.compile(r"`((?:bus|faults|fuzz|models|policy|properties|qml|unit)\.[\w-]+)`(?:: ([^|`]*))?")
+OPTIONAL = ("models", "qml")  # the labels of what a build can be without
 FUNCTION = re.compile(r"\b[a-z]+(?:[A-Z_]\w*…?|_…)")
 
 
@@ -20,11 +21,11 @@ def commands():
 
 
 def functions(command):
-    """The names of the test functions of a program: a QtTest program or a Python script."""
-    scripts = [word for word in command if word.endswith(".py")]
+    """The names of the test functions of a program: a QtTest program, or one that runs a script in Python or QML."""
+    scripts = [word for word in command if word.endswith((".py", ".qml"))]
     if scripts:
         with open(scripts[0], encoding="utf-8") as script:
-            return set(re.findall(r"def (test_\w+)", script.read()))
+            return set(re.findall(r"(?:def|function) (test_\w+)", script.read()))
     listing = subprocess.run([command[0], "-functions"], check=True, capture_output=True, text=True)
     return set(re.findall(r"^(\w+)\(\)$", listing.stdout + listing.stderr, re.MULTILINE))
 
@@ -43,6 +44,9 @@ class NamedTests(unittest.TestCase):
 
     def missing(self, test, names):
         """What is named and not there."""
+        label = test.split(".")[0]
+        if label in OPTIONAL and not any(each.startswith(label + ".") for each in self.commands):
+            return []
         if test not in self.commands:
             return [test]
         there = functions(self.commands[test]) if names else set()

@@ -111,6 +111,43 @@ struct Stage
     AppClient music{"/music", "Music", true};
 };
 
+std::unique_ptr<SimulatorProcess> StartedService(const QStringList& options = {})
+{
+    auto service = std::make_unique<SimulatorProcess>(options);
+    if (!service->WaitUntilReady()) {
+        qFatal("the simulator does not become ready: %s", qPrintable(service->Errors()));
+    }
+    return service;
+}
+
+/** A service that crashes in a request of one of two clients, which are not initialised. */
+struct CrashStage
+{
+    /** @param role "hmi" or "app": whose request it is. */
+    CrashStage(const QString& method, const QString& role, const QStringList& options = {})
+        : service(StartedService(options)),
+          client(role == "hmi" ? static_cast<ServiceProviderClient&>(screen.hmi) : music.app),
+          isArmed(control.Arm(QStringLiteral(R"({"kind":"crash","method":"%1"})").arg(method)) != 0)
+    {
+    }
+
+    /** Starts the service again. @return whether all that the bus says of it was handled. */
+    bool Restart()
+    {
+        service = StartedService();
+        return HandleArrivedEvents(screen.bus);
+    }
+
+    LogCapture log;
+    std::unique_ptr<SimulatorProcess> service;
+    SimulatorControl control;
+    HmiClient screen{"/screen"};
+    AppClient music{"/music", "Music", true};
+    ServiceProviderClient& client;
+    QSignalSpy initCompleted{&client, &KivBaseClient::SignalInitCompleted};
+    bool isArmed;
+};
+
 /** Kills a stopped service on a thread of its own, when a blocking request has gone out to it. */
 class Killer
 {
@@ -448,30 +485,20 @@ void tst_ServiceLoss::lostBetweenTwoSteps_initialisationFailsOnce()
     QFETCH(QString, method);
     QFETCH(QString, role);
     QFETCH(bool, hasSession);
-    LogCapture log;
-    auto service = std::make_unique<SimulatorProcess>(QStringList());
-    QVERIFY(service->WaitUntilReady());
-    SimulatorControl control;
-    HmiClient screen("/screen");
-    AppClient music("/music", "Music", true);
-    ServiceProviderClient& client =
-        role == "hmi" ? static_cast<ServiceProviderClient&>(screen.hmi) : music.app;
-    QSignalSpy initCompleted(&client, &KivBaseClient::SignalInitCompleted);
-    QVERIFY(control.Arm(QStringLiteral(R"({"kind":"crash","method":"%1"})").arg(method)) != 0);
+    CrashStage on(method, role);
+    QVERIFY(on.isArmed);
 
     QElapsedTimer clock;
     clock.start();
-    QCOMPARE(client.Initialize(), KivBaseClient::INIT_STATE_FAILED);
+    QCOMPARE(on.client.Initialize(), KivBaseClient::INIT_STATE_FAILED);
     QVERIFY(clock.elapsed() < kFarBelowTheTimeOut);
-    QCOMPARE(client.IsSessionOpen(), hasSession);
+    QCOMPARE(on.client.IsSessionOpen(), hasSession);
 
-    service = std::make_unique<SimulatorProcess>(QStringList());
-    QVERIFY(service->WaitUntilReady());
-    QVERIFY(HandleArrivedEvents(screen.bus));
-    QCOMPARE(client.CurrentInitState(), KivBaseClient::INIT_STATE_FAILED); // there is no second try
-    QCOMPARE(initCompleted.size(), 0);
-    QCOMPARE(control.CallCount(QString()), 0u);
-    client.HandleCloseSessionReply(false, {});
+    QVERIFY(on.Restart());
+    QCOMPARE(on.client.CurrentInitState(), KivBaseClient::INIT_STATE_FAILED); // there is no second try
+    QCOMPARE(on.initCompleted.size(), 0);
+    QCOMPARE(on.control.CallCount(QString()), 0u);
+    on.client.HandleCloseSessionReply(false, {});
 }
 
 void tst_ServiceLoss::lostBetweenTwoSteps_late_initialisationFailsOnce_data()
@@ -484,30 +511,20 @@ void tst_ServiceLoss::lostBetweenTwoSteps_late_initialisationFailsOnce()
     QFETCH(QString, method);
     QFETCH(QString, role);
     QFETCH(bool, hasSession);
-    LogCapture log;
-    auto service = std::make_unique<SimulatorProcess>(QStringList{"--scenario", "not-running"});
-    QVERIFY(service->WaitUntilReady());
-    SimulatorControl control;
-    HmiClient screen("/screen");
-    AppClient music("/music", "Music", true);
-    ServiceProviderClient& client =
-        role == "hmi" ? static_cast<ServiceProviderClient&>(screen.hmi) : music.app;
-    QSignalSpy initCompleted(&client, &KivBaseClient::SignalInitCompleted);
-    QVERIFY(control.Arm(QStringLiteral(R"({"kind":"crash","method":"%1"})").arg(method)) != 0);
+    CrashStage on(method, role, {"--scenario", "not-running"});
+    QVERIFY(on.isArmed);
 
-    QCOMPARE(client.Initialize(), KivBaseClient::INIT_STATE_WAITING_FOR_KIV);
-    QVERIFY(control.Do(R"({"do":"return"})"));
-    QTRY_COMPARE_WITH_TIMEOUT(initCompleted.size(), 1, kPatience);
+    QCOMPARE(on.client.Initialize(), KivBaseClient::INIT_STATE_WAITING_FOR_KIV);
+    QVERIFY(on.control.Do(R"({"do":"return"})"));
+    QTRY_COMPARE_WITH_TIMEOUT(on.initCompleted.size(), 1, kPatience);
     const QList<QVariantList> expected{{QVariant::fromValue(KivBaseClient::INIT_STATE_FAILED)}};
-    QCOMPARE(initCompleted, expected);
-    QCOMPARE(client.IsSessionOpen(), hasSession);
+    QCOMPARE(on.initCompleted, expected);
+    QCOMPARE(on.client.IsSessionOpen(), hasSession);
 
-    service = std::make_unique<SimulatorProcess>(QStringList());
-    QVERIFY(service->WaitUntilReady());
-    QVERIFY(HandleArrivedEvents(screen.bus));
-    QCOMPARE(client.CurrentInitState(), KivBaseClient::INIT_STATE_FAILED);
-    QCOMPARE(initCompleted, expected);
-    client.HandleCloseSessionReply(false, {});
+    QVERIFY(on.Restart());
+    QCOMPARE(on.client.CurrentInitState(), KivBaseClient::INIT_STATE_FAILED);
+    QCOMPARE(on.initCompleted, expected);
+    on.client.HandleCloseSessionReply(false, {});
 }
 
 void tst_ServiceLoss::leavesBetweenTwoSteps_initialisationFails_data()

@@ -55,10 +55,27 @@ struct Kept
     QStringList heard;
 };
 
+/** A service that gives this session. It is not on the bus yet. */
 std::unique_ptr<FakeService> Service(int sessionId)
 {
     auto service = std::make_unique<FakeService>();
     service->Answer("openSession", QStringLiteral(R"({"sessionId":%1})").arg(sessionId));
+    return service;
+}
+
+/** Likewise, and it is on the bus. */
+std::unique_ptr<FakeService> PresentService(int sessionId)
+{
+    auto service = Service(sessionId);
+    service->Appear();
+    return service;
+}
+
+/** A service that gives no session. It is not on the bus yet. */
+std::unique_ptr<FakeService> RefusingService()
+{
+    auto service = std::make_unique<FakeService>();
+    service->Answer("openSession", kRefusal);
     return service;
 }
 
@@ -102,8 +119,7 @@ void tst_SessionKeeper::cleanup()
 
 void tst_SessionKeeper::start_serviceThere_opensAtOnce()
 {
-    const auto service = Service(7);
-    service->Appear();
+    const auto service = PresentService(7);
     Kept kept;
     kept.keeper.Start();
     QCOMPARE(kept.heard, QStringList{"opened"});
@@ -116,8 +132,7 @@ void tst_SessionKeeper::start_serviceThere_opensAtOnce()
 
 void tst_SessionKeeper::start_twice_opensOnce()
 {
-    const auto service = Service(7);
-    service->Appear();
+    const auto service = PresentService(7);
     Kept kept;
     kept.keeper.Start();
     kept.keeper.Start();
@@ -142,8 +157,7 @@ void tst_SessionKeeper::start_serviceLate_opensWhenItComes()
 
 void tst_SessionKeeper::start_refused_retriesUntilThereIsASession()
 {
-    const auto service = Service(7);
-    service->Answer("openSession", kRefusal);
+    const auto service = RefusingService();
     service->Appear();
     Kept kept;
     kept.keeper.Start();
@@ -178,8 +192,7 @@ void tst_SessionKeeper::refused_isAskedAgain_slowerAndSlower()
 
 void tst_SessionKeeper::late_refused_retries()
 {
-    const auto service = Service(7);
-    service->Answer("openSession", kRefusal);
+    const auto service = RefusingService();
     Kept kept;
     kept.keeper.Start();
     service->Appear();
@@ -191,16 +204,14 @@ void tst_SessionKeeper::late_refused_retries()
 
 void tst_SessionKeeper::restart_closesAndOpens()
 {
-    auto service = Service(7);
-    service->Appear();
+    auto service = PresentService(7);
     Kept kept;
     kept.keeper.Start();
     service.reset();
     QTRY_COMPARE_WITH_TIMEOUT(kept.heard, (QStringList{"opened", "closed"}), 30000);
     QVERIFY(!kept.keeper.IsOpen());
     QCOMPARE(kept.client.SessionId(), 0u);
-    service = Service(8);
-    service->Appear();
+    service = PresentService(8);
     QTRY_COMPARE_WITH_TIMEOUT(kept.heard, (QStringList{"opened", "closed", "opened"}), 30000);
     QCOMPARE(kept.client.SessionId(), 8u);
     QCOMPARE(Openings(*service), 1);
@@ -209,22 +220,19 @@ void tst_SessionKeeper::restart_closesAndOpens()
 
 void tst_SessionKeeper::restart_isNoticed_withoutASession()
 {
-    auto service = Service(7);
-    service->Answer("openSession", kRefusal);
+    auto service = RefusingService();
     service->Appear();
     Kept kept;
     kept.keeper.Start();
     service.reset();
     QVERIFY(HandleArrivedEvents(kept.bus));
-    service = Service(8);
-    service->Appear();
+    service = PresentService(8);
     QTRY_COMPARE_WITH_TIMEOUT(kept.heard, (QStringList{"refused", "opened"}), 30000);
 }
 
 void tst_SessionKeeper::restart_withOpenRequestOnItsWay_opensAtTheNewOwnerOnce()
 {
-    auto service = Service(7);
-    service->Appear();
+    auto service = PresentService(7);
     Kept kept;
     kept.keeper.Start();
     service->Leave();
@@ -233,8 +241,7 @@ void tst_SessionKeeper::restart_withOpenRequestOnItsWay_opensAtTheNewOwnerOnce()
     service->Appear();
     QVERIFY(service->WaitForCalls("openSession", 2));
     service.reset(); // does not answer any more
-    service = Service(8);
-    service->Appear();
+    service = PresentService(8);
     QTRY_VERIFY_WITH_TIMEOUT(kept.keeper.IsOpen(), 30000);
     QVERIFY(HandleArrivedEvents(kept.bus));
     QCOMPARE(kept.client.SessionId(), 8u);
@@ -245,8 +252,7 @@ void tst_SessionKeeper::restart_withOpenRequestOnItsWay_opensAtTheNewOwnerOnce()
 
 void tst_SessionKeeper::leaves_whileRefusing_isNotAskedAgain()
 {
-    const auto service = Service(7);
-    service->Answer("openSession", kRefusal);
+    const auto service = RefusingService();
     service->Appear();
     Kept kept;
     kept.keeper.Start();
@@ -334,8 +340,7 @@ void tst_SessionKeeper::handOver_oldOwnerRefusesLate_isIgnored()
 // The service would call the object that has the path.
 void tst_SessionKeeper::pathTaken_opensNoSession_untilItIsFree()
 {
-    const auto service = Service(7);
-    service->Appear();
+    const auto service = PresentService(7);
     Kept kept;
     QObject other;
     QVERIFY(kept.bus.registerObject(kExportedPath, &other));
@@ -359,8 +364,7 @@ void tst_SessionKeeper::pathTaken_opensNoSession_untilItIsFree()
 
 void tst_SessionKeeper::pathNotValid_isRefused()
 {
-    const auto service = Service(7);
-    service->Appear();
+    const auto service = PresentService(7);
     Kept kept("no path");
     kept.keeper.Start();
     QCOMPARE(kept.heard, QStringList{"refused"});

@@ -4,6 +4,7 @@
 #include "AudioManagerHmi.h"
 #include "ConcreteServiceProviderProxy.h"
 #include "LogCapture.h"
+#include "MethodKind.h"
 #include "ServiceProviderAdaptor.h"
 #include "ServiceProviderProxyAppFactory.h"
 #include "ServiceProviderProxyHmiFactory.h"
@@ -35,21 +36,6 @@ const QByteArray kIntrospection = "  <interface name=\"com.quorvantel.ServicePro
                                   "    </signal>\n"
                                   "  </interface>\n";
 
-const char* KindOf(const QMetaMethod& method)
-{
-    switch (method.methodType()) {
-    case QMetaMethod::Signal:
-        return "signal";
-    case QMetaMethod::Slot:
-        return "slot";
-    case QMetaMethod::Method:
-        return "invokable";
-    case QMetaMethod::Constructor:
-        break;
-    }
-    return "constructor";
-}
-
 QString Described(const QMetaMethod& method)
 {
     QStringList parameters;
@@ -59,7 +45,7 @@ QString Described(const QMetaMethod& method)
     }
     const bool isCloned = (method.attributes() & QMetaMethod::Cloned) != 0;
     return QString("%1%2 %3 %4(%5)%6")
-        .arg(method.access() == QMetaMethod::Public ? "" : "inaccessible ", KindOf(method),
+        .arg(method.access() == QMetaMethod::Public ? "" : "inaccessible ", KivAbi::KindOf(method),
              QString::fromLatin1(method.typeName()), QString::fromLatin1(method.name()),
              parameters.join(", "), isCloned ? " cloned" : "");
 }
@@ -183,7 +169,7 @@ void tst_MetaObjects::classes_data()
         << QVector<QByteArray>{}
         << QStringList{"signal void SignalOpenSessionCompleted(uint aRequestId, bool aResult)",
                        "signal void SignalCloseSessionCompleted(uint aRequestId, bool aResult)",
-                       "invokable uint OpenSessionAsync()", "invokable uint CloseSessionAsync()"};
+                       "method uint OpenSessionAsync()", "method uint CloseSessionAsync()"};
     QTest::newRow("Audio::Utils::Kiv::QtDbus::AudioManagerHmi")
         << &AudioManagerHmi::staticMetaObject << "Audio::Utils::Kiv::QtDbus::ServiceProviderClient"
         << QVector<QByteArray>{}
@@ -195,9 +181,9 @@ void tst_MetaObjects::classes_data()
                "signal void SignalModeListChanged(bool a_Add, QString a_ModeName)",
                "signal void SignalAudioFocusChange(QString a_StreamName, QString a_StreamModename, "
                "QString a_FocusType, QString a_StreamType, QString a_Destination, QString a_NewFocus)",
-               "invokable uint SetModeAsync(QString aModeName)",
-               "invokable uint GetModeListAsync(QString aDestination)",
-               "invokable uint GetModeAsync(QString aDestination)"};
+               "method uint SetModeAsync(QString aModeName)",
+               "method uint GetModeListAsync(QString aDestination)",
+               "method uint GetModeAsync(QString aDestination)"};
     QTest::newRow("Audio::Utils::Kiv::QtDbus::AudioManagerApp")
         << &AudioManagerApp::staticMetaObject << "Audio::Utils::Kiv::QtDbus::ServiceProviderClient"
         << QVector<QByteArray>{}
@@ -207,11 +193,11 @@ void tst_MetaObjects::classes_data()
                        "signal void SignalAbandonAudioFocusCompleted(uint aRequestId, bool aResult)",
                        "signal void SignalAudioFocusChanged(QString a_NewFocus)",
                        "signal void SignalResponseToAudioFocusRequest(QString a_FocusResponse)",
-                       "invokable uint RegisterAudioStreamAsync()",
-                       "invokable uint RequestAudioFocusAsync(bool aExecuteSwitch)",
-                       "invokable uint RequestAudioFocusAsync() cloned",
-                       "invokable uint AudioActiveAsync(bool aPlaying)",
-                       "invokable uint AbandonAudioFocusAsync(QString aReason)"};
+                       "method uint RegisterAudioStreamAsync()",
+                       "method uint RequestAudioFocusAsync(bool aExecuteSwitch)",
+                       "method uint RequestAudioFocusAsync() cloned",
+                       "method uint AudioActiveAsync(bool aPlaying)",
+                       "method uint AbandonAudioFocusAsync(QString aReason)"};
 }
 
 void tst_MetaObjects::classes()

@@ -166,6 +166,8 @@ private Q_SLOTS:
     void faultInAnAbandonment();
 
 private:
+    static bool ArmFault(SimulatedStreamStage& stage, const QString& method);
+    void CheckOutcome(SimulatedStreamStage& stage);
     void CheckFocus(SimulatedStreamStage& stage);
 };
 
@@ -176,6 +178,22 @@ void tst_AudioStreamFaults::everyKindOfFault_isTried()
     QCOMPARE(KindsOf(kRequestCases), kinds);
     QCOMPARE(KindsOf(kRegistrationCases), kinds);
     QCOMPARE(KindsOf(kAbandonmentCases), kinds);
+}
+
+// The fault of the row, in the next call of a method.
+bool tst_AudioStreamFaults::ArmFault(SimulatedStreamStage& stage, const QString& method)
+{
+    QFETCH(QString, fault);
+    return stage.control.Arm(QStringLiteral(R"({%1,"method":"%2"})").arg(fault, method)) != 0;
+}
+
+// What the row expects.
+void tst_AudioStreamFaults::CheckOutcome(SimulatedStreamStage& stage)
+{
+    QFETCH(QStringList, expected);
+    QFETCH(QStringList, other);
+    QVERIFY2(stage.Sees(expected, other), qPrintable(stage.Log().join('\n')));
+    CheckFocus(stage);
 }
 
 // The service knows of a focus that the stream has: it takes it back. And the stream is usable afterwards.
@@ -205,16 +223,12 @@ void tst_AudioStreamFaults::faultInARequest_data()
 
 void tst_AudioStreamFaults::faultInARequest()
 {
-    QFETCH(QString, fault);
-    QFETCH(QStringList, expected);
-    QFETCH(QStringList, other);
     const LogCapture log;
     SimulatedStreamStage stage;
     stage.Register();
-    QVERIFY(stage.control.Arm(QString(R"({%1,"method":"requestAudioFocus"})").arg(fault)) != 0);
+    QVERIFY(ArmFault(stage, "requestAudioFocus"));
     stage.stream->requestFocus();
-    QVERIFY2(stage.Sees(expected, other), qPrintable(stage.Log().join('\n')));
-    CheckFocus(stage);
+    CheckOutcome(stage);
 }
 
 void tst_AudioStreamFaults::faultInTheRegistration_data()
@@ -224,15 +238,11 @@ void tst_AudioStreamFaults::faultInTheRegistration_data()
 
 void tst_AudioStreamFaults::faultInTheRegistration()
 {
-    QFETCH(QString, fault);
-    QFETCH(QStringList, expected);
-    QFETCH(QStringList, other);
     const LogCapture log;
     SimulatedStreamStage stage;
-    QVERIFY(stage.control.Arm(QString(R"({%1,"method":"registerAudioStream"})").arg(fault)) != 0);
+    QVERIFY(ArmFault(stage, "registerAudioStream"));
     stage.stream->start();
-    QVERIFY2(stage.Sees(expected, other), qPrintable(stage.Log().join('\n')));
-    CheckFocus(stage);
+    CheckOutcome(stage);
 }
 
 void tst_AudioStreamFaults::faultInAnAbandonment_data()
@@ -242,19 +252,15 @@ void tst_AudioStreamFaults::faultInAnAbandonment_data()
 
 void tst_AudioStreamFaults::faultInAnAbandonment()
 {
-    QFETCH(QString, fault);
-    QFETCH(QStringList, expected);
-    QFETCH(QStringList, other);
     const LogCapture log;
     SimulatedStreamStage stage;
     stage.Register();
     stage.stream->requestFocus();
     QVERIFY(stage.Sees(kGranted));
-    QVERIFY(stage.control.Arm(QString(R"({%1,"method":"abandonAudioFocus"})").arg(fault)) != 0);
+    QVERIFY(ArmFault(stage, "abandonAudioFocus"));
     stage.stream->abandon("again");
     stage.stream->requestFocus();
-    QVERIFY2(stage.Sees(expected, other), qPrintable(stage.Log().join('\n')));
-    CheckFocus(stage);
+    CheckOutcome(stage);
 }
 
 int main(int argc, char** argv)

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: MIT
+import QtQuick 2.15
+import HmiPanel 1.0
+
+/** An event of the feed: who, what, when. */
+Item {
+    id: root
+
+    required property string streamName
+    required property string focusType
+    required property string newFocus
+    required property date time
+    readonly property bool passing: focusType === "transient"
+    readonly property string sentence: newFocus === "gained" ? (passing ? qsTr("Has the focus for a while") : qsTr("Has the focus now"))
+                                     : newFocus === "temporarilyLost" ? qsTr("Is interrupted for a while")
+                                     : newFocus === "lost" ? qsTr("Has lost the focus") : qsTr("Its focus has changed")
+
+    objectName: "focusRow"
+    implicitHeight: Math.max(disc.height, texts.height) + Theme.gap
+    Accessible.role: Accessible.ListItem
+    Accessible.name: Names.shown(streamName) + ": " + sentence
+
+    Disc {
+        id: disc
+        anchors { left: parent.left; top: texts.top; topMargin: Theme.halfGap / 2 }
+        sign: root.newFocus === "gained" ? "▶" : root.newFocus === "lost" ? "■" : root.newFocus === "temporarilyLost" ? "❚❚" : "•"
+        signColor: root.newFocus === "gained" ? Theme.good : root.newFocus === "temporarilyLost" ? Theme.attention : Theme.secondaryText
+    }
+    Column {
+        id: texts
+        anchors { left: disc.right; leftMargin: Theme.gap; right: parent.right; verticalCenter: parent.verticalCenter }
+
+        Item {
+            width: parent.width
+            height: Math.max(who.height, when.height)
+            NameText {
+                id: who
+                objectName: "streamName"
+                anchors { left: parent.left; right: when.left; rightMargin: Theme.halfGap }
+                strong: true
+                name: root.streamName
+            }
+            PanelText {
+                id: when
+                anchors { right: parent.right; baseline: who.baseline }
+                color: Theme.secondaryText
+                font.pixelSize: Theme.captionSize
+                text: Qt.formatTime(root.time, "HH:mm:ss")
+            }
+        }
+        PanelText {
+            objectName: "focusSentence"
+            width: parent.width
+            color: Theme.secondaryText
+            font.pixelSize: Theme.captionSize
+            text: root.sentence
+        }
+    }
+}

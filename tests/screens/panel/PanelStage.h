@@ -1,0 +1,262 @@
+// SPDX-License-Identifier: MIT
+#ifndef KIV_TESTS_PANELSTAGE_H
+#define KIV_TESTS_PANELSTAGE_H
+
+#include "LogCapture.h"
+#include "PanelEngine.h"
+#include "Picture.h"
+#include "PrivateBus.h"
+#include "ScreenStage.h"
+
+#include <QAbstractItemModel>
+#include <QGuiApplication>
+#include <QQuickItem>
+#include <QRegularExpression>
+#include <QScreen>
+#include <QTest>
+#include <QTouchDevice>
+
+namespace KivTest {
+
+/** How the panel is looked at. */
+struct View
+{
+    QSize size;
+    bool isNight;
+    QString language;
+
+    QString Name() const
+    {
+        return QStringLiteral("%1x%2-%3-%4")
+            .arg(size.width())
+            .arg(size.height())
+            .arg(isNight ? QStringLiteral("night") : QStringLiteral("day"), language);
+    }
+};
+
+/** Every combination of the two sizes, the two themes and the two languages. */
+inline QVector<View> AllViews()
+{
+    QVector<View> views;
+    for (const QSize& size : {QSize(1280, 480), QSize(480, 800)}) {
+        for (const bool isNight : {false, true}) {
+            for (const char* const language : {"en", "de"}) {
+                views.append({size, isNight, QString::fromLatin1(language)});
+            }
+        }
+    }
+    return views;
+}
+
+/** Whether an item and all those around it are to be seen. */
+inline bool IsShown(const QQuickItem* item)
+{
+    return item->isVisible() && item->width() > 0 && item->height() > 0;
+}
+
+/** All items below one that are shown, parents first. */
+inline void AppendShown(QQuickItem* root, QList<QQuickItem*>& items)
+{
+    for (QQuickItem* const child : root->childItems()) {
+        if (IsShown(child) || (child->isVisible() && !child->childItems().isEmpty())) {
+            items.append(child);
+            AppendShown(child, items);
+        }
+    }
+}
+
+/** The panel in this process, beside the simulator. Input goes to it as events of its window. */
+class PanelStage
+{
+public:
+    explicit PanelStage(const PanelOptions& options = {}, const QStringList& simulator = {})
+        : service(simulator),
+          m_Engine(options)
+    {
+        if (!m_Engine.Load()) {
+            qFatal("the panel cannot be loaded");
+        }
+        if (!QTest::qWaitForWindowExposed(Window(), kPatience)) {
+            qFatal("the panel is not shown");
+        }
+    }
+
+    QQuickWindow* Window() const { return m_Engine.Window(); }
+
+    QObject* Model(const char* property) const { return Window()->property(property).value<QObject*>(); }
+
+    /** A property of the model of the modes. */
+    QString Modes(const char* property) const { return Model("modes")->property(property).toString(); }
+
+    /** The items that are shown, in painting order of their parents. */
+    QList<QQuickItem*> Items() const
+    {
+        QList<QQuickItem*> items;
+        AppendShown(Window()->contentItem(), items);
+        return items;
+    }
+
+    /** The shown items of a name. */
+    QList<QQuickItem*> Items(const char* name) const
+    {
+        QList<QQuickItem*> named;
+        for (QQuickItem* const item : Items()) {
+            if (item->objectName() == QLatin1String(name)) {
+                named.append(item);
+            }
+        }
+        return named;
+    }
+
+    /** The first shown item of a name; null when there is none. */
+    QQuickItem* Item(const char* name) const { return Items(name).value(0); }
+
+    /** The text that an item shows; null when it does not. */
+    QString Text(const char* name) const
+    {
+        const QQuickItem* const item = Item(name);
+        return item == nullptr ? QString() : item->property("text").toString();
+    }
+
+    /** The tiles that are to be seen, each as "name", with "*" when it is on and "?" when it waits. */
+    QStringList Tiles() const
+    {
+        QMap<int, QString> tiles;
+        for (const QQuickItem* const tile : Items("tile")) {
+            const bool isActive = tile->findChild<QQuickItem*>("activeMark")->isVisible();
+            const bool isPending = tile->findChild<QQuickItem*>("pendingMark")->isVisible();
+            tiles.insert(tile->property("index").toInt(), tile->property("name").toString() +
+                                                              (isActive ? "*" : "") + (isPending ? "?" : ""));
+        }
+        return tiles.values();
+    }
+
+    QQuickItem* Tile(const QString& name) const
+    {
+        for (QQuickItem* const tile : Items("tile")) {
+            if (tile->property("name").toString() == name) {
+                return tile;
+            }
+        }
+        return nullptr;
+    }
+
+    /** The rows of the feed, the first one first: "who: what". */
+    QStringList Feed() const
+    {
+        QMap<qreal, QString> rows;
+        for (const QQuickItem* const row : Items("focusRow")) {
+            rows.insert(row->y(), row->findChild<QQuickItem*>("streamName")->property("text").toString() +
+                                      ": " +
+                                      row->findChild<QQuickItem*>("focusSentence")->property("text").toString());
+        }
+        return rows.values();
+    }
+
+    static QPoint Centre(const QQuickItem* item)
+    {
+        return item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint();
+    }
+
+    void Click(const QQuickItem* item) { QTest::mouseClick(Window(), Qt::LeftButton, {}, Centre(item)); }
+
+    void Touch(const QQuickItem* item)
+    {
+        static QTouchDevice* const device = QTest::createTouchDevice();
+        QTest::touchEvent(Window(), device).press(0, Centre(item), Window());
+        QTest::touchEvent(Window(), device).release(0, Centre(item), Window());
+    }
+
+    void Key(Qt::Key key) { QTest::keyClick(Window(), key); }
+
+    /** The name of the item that has the keyboard. */
+    QString Focused() const
+    {
+        const QQuickItem* const item = Window()->activeFocusItem();
+        return item == nullptr ? QString() : item->objectName();
+    }
+
+    /** Waits until nothing moves or fades any more, but for the dots of what waits. */
+    bool Settle()
+    {
+        QString last;
+        int same = 0;
+        const auto look = [&] {
+            const QString now = Geometry();
+            same = now == last ? same + 1 : 0;
+            last = now;
+            Window()->update();
+        };
+        const auto connection = QObject::connect(Window(), &QQuickWindow::frameSwapped, look);
+        Window()->update();
+        const bool isSettled = QTest::qWaitFor([&] { return same > 2; }, kPatience); // frames
+        QObject::disconnect(connection);
+        return isSettled;
+    }
+
+    void Show(const View& view)
+    {
+        Window()->resize(view.size);
+        m_Engine.SetLanguage(view.language);
+        QVERIFY(Settle());
+        if (IsNight() != view.isNight) {
+            Click(Item("themeButton"));
+        }
+        QVERIFY(Settle());
+        QCOMPARE(IsNight(), view.isNight);
+    }
+
+    bool IsNight() const { return Window()->color().lightness() < 128; }
+
+    /** What stands on the screen: the offscreen platform cannot grab a window of the software renderer. */
+    QImage Grab() const { return Window()->screen()->grabWindow(Window()->winId()).toImage(); }
+
+    ScreenStage service;
+
+private:
+    QString Geometry() const
+    {
+        QString text;
+        for (const QQuickItem* const item : Items()) {
+            const QPointF place = item->mapToScene({});
+            const bool isDot = item->objectName() == "waitingDot";
+            text += QStringLiteral("%1 %2 %3 %4 %5\n")
+                        .arg(place.x())
+                        .arg(place.y())
+                        .arg(item->width())
+                        .arg(item->height())
+                        .arg(isDot ? 0 : item->opacity());
+        }
+        return text;
+    }
+
+    PanelEngine m_Engine;
+};
+
+/** What QML and Qt complain about; the library's own records, which faults cause, are not among it. */
+inline QStringList ScreenComplaints(const LogCapture& log)
+{
+    static const QRegularExpression library(QStringLiteral("^[A-Za-z:]*(AudioManager|AudioModesModel|Client|Proxy|Adaptor|Registrator)"));
+    QStringList complaints;
+    for (const LogRecord& record : log.Complaints()) {
+        if (!library.match(record.text).hasMatch()) {
+            complaints.append(record.text);
+        }
+    }
+    return complaints;
+}
+
+} // namespace KivTest
+
+/** The main function of a test of the panel, with a bus of its own, whose limits may be empty. */
+#define KIV_PANEL_TEST_MAIN(TestClass, limits)                                                                       \
+    int main(int argc, char** argv)                                                                          \
+    {                                                                                                        \
+        const KivTest::PrivateBus bus(QStringLiteral(limits));                                               \
+        QCoreApplication::setApplicationName("hmi-panel");                                                   \
+        const QGuiApplication application(argc, argv);                                                       \
+        TestClass test;                                                                                      \
+        return QTest::qExec(&test, argc, argv);                                                              \
+    }
+
+#endif // KIV_TESTS_PANELSTAGE_H
