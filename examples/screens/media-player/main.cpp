@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+// A media player that is heard only while the audio service gives it the focus.
+#include "DeviceOutputs.h"
+#include "Options.h"
+#include "Player.h"
+#include "PlayerWindow.h"
+#include "Setup.h"
+#include "TerminationSignal.h"
+
+#include <QApplication>
+#include <QDBusConnection>
+#include <QLoggingCategory>
+#include <QTextStream>
+#include <QTimer>
+
+using Audio::Utils::Kiv::Models::AudioStream;
+
+int main(int argc, char** argv)
+{
+    TerminationSignal::Block();
+    QApplication application(argc, argv);
+    Q_INIT_RESOURCE(player); // it is in a library
+    QCoreApplication::setApplicationName("media-player");
+    QCoreApplication::setApplicationVersion("1.0");
+    QString error;
+    const std::optional<Options> options = ReadOptions(QCoreApplication::arguments(), error);
+    if (!options) {
+        QTextStream(stderr) << "media-player: " << error << "\nTry media-player --help" << Qt::endl;
+        return 2;
+    }
+    // QT_LOGGING_RULES=default.debug=true shows the library's debug records.
+    QLoggingCategory::setFilterRules("default.debug=false");
+    UseLanguage(options->language);
+    UseTheme(options->theme);
+    QDBusConnection::systemBus(); // before the event loop runs: else Qt does not notice a lost bus
+
+    AudioStream stream;
+    Configure(stream, *options);
+    DeviceOutputs outputs;
+    Player player(stream, outputs);
+    PlayerWindow window(player);
+    const TerminationSignal termination;
+    QObject::connect(&termination, &TerminationSignal::Received, &application, &QCoreApplication::quit);
+    if (!options->file.isEmpty()) {
+        player.Open(options->file);
+    }
+    window.show();
+    QTimer::singleShot(0, &stream, &AudioStream::start);
+    return QApplication::exec();
+}
