@@ -1,13 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include "AdaptorConnection.h"
-#include "AudioManagerApp.h"
-#include "AudioManagerHmi.h"
-#include "ComQuorvantelServiceProviderInterface.h"
-#include "ConcreteServiceProviderProxy.h"
-#include "KivBaseClient.h"
+#ifndef KIV_ABI_METAOBJECTS_H
+#define KIV_ABI_METAOBJECTS_H
+
 #include "MethodKind.h"
-#include "ServiceProviderAdaptor.h"
-#include "ServiceProviderClient.h"
 
 #include <QMetaClassInfo>
 #include <QMetaEnum>
@@ -17,11 +12,22 @@
 
 #include <cstdio>
 
-using namespace Audio::Utils::Kiv::QtDbus;
+/** What a class tells at run time, in the order in which programs know it by number. */
+namespace KivAbi {
 
-namespace {
+inline void PrintProperty(const QMetaProperty& property)
+{
+    std::printf("  property %s %s", property.typeName(), property.name());
+    if (property.isWritable()) {
+        std::printf(" writable");
+    }
+    if (property.hasNotifySignal()) {
+        std::printf(" notify %s", property.notifySignal().methodSignature().constData());
+    }
+    std::printf("\n");
+}
 
-void PrintEnumerator(const QMetaEnum& enumerator)
+inline void PrintEnumerator(const QMetaEnum& enumerator)
 {
     std::printf("  enumeration %s\n", enumerator.name());
     for (int i = 0; i < enumerator.keyCount(); ++i) {
@@ -29,14 +35,15 @@ void PrintEnumerator(const QMetaEnum& enumerator)
     }
 }
 
-void Print(const QMetaObject& type)
+/** Prints all of it, without what the base classes tell. */
+inline void Print(const QMetaObject& type)
 {
     std::printf("%s: %s\n", type.className(), type.superClass()->className());
     for (int i = type.classInfoOffset(); i < type.classInfoCount(); ++i) {
         std::printf("  info %s = %s\n", type.classInfo(i).name(), type.classInfo(i).value());
     }
     for (int i = type.propertyOffset(); i < type.propertyCount(); ++i) {
-        std::printf("  property %s %s\n", type.property(i).typeName(), type.property(i).name());
+        PrintProperty(type.property(i));
     }
     for (int i = type.enumeratorOffset(); i < type.enumeratorCount(); ++i) {
         PrintEnumerator(type.enumerator(i));
@@ -48,17 +55,6 @@ void Print(const QMetaObject& type)
     }
 }
 
-} // namespace
+} // namespace KivAbi
 
-/** Prints what the library's classes tell at run time, in the order in which programs know it by number. */
-int main()
-{
-    Print(ComQuorvantelServiceProviderInterface::staticMetaObject);
-    Print(ConcreteServiceProviderProxy::staticMetaObject);
-    Print(ServiceProviderAdaptor::staticMetaObject);
-    Print(KivBaseClient::staticMetaObject);
-    Print(ServiceProviderClient::staticMetaObject);
-    Print(AudioManagerHmi::staticMetaObject);
-    Print(AudioManagerApp::staticMetaObject);
-    return 0;
-}
+#endif
