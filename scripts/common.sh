@@ -12,17 +12,18 @@ test_packages=("${demo_packages[@]}" bash binutils dbus-bin dbus-system-bus-comm
     python3-dbusmock python3-gi python3-jsonschema qt5-qmake systemd zsh)
 qml_packages=(qtdeclarative5-dev qtdeclarative5-dev-tools qml-module-qtqml qml-module-qtquick-window2
     qml-module-qtquick2 qml-module-qttest qmlscene)
-screens_packages=("${qml_packages[@]}" fonts-dejavu-core libqt5multimedia5-plugins qml-module-qtquick-controls2
-    qml-module-qtquick-layouts qml-module-qtquick-templates2 qtmultimedia5-dev qtquickcontrols2-5-dev qttools5-dev
-    qttools5-dev-tools)
+screens_build_packages=(qtdeclarative5-dev qtdeclarative5-dev-tools qtmultimedia5-dev qtquickcontrols2-5-dev
+    qttools5-dev qttools5-dev-tools)
+screens_packages=("${qml_packages[@]}" "${screens_build_packages[@]}" fonts-dejavu-core libqt5multimedia5-plugins
+    qml-module-qtquick-controls2 qml-module-qtquick-layouts qml-module-qtquick-templates2)
 qt6_packages=(qmake6 qml6-module-qtqml qml6-module-qtqml-models qml6-module-qtqml-workerscript qml6-module-qtquick
     qml6-module-qtquick-window qml6-module-qttest qmlscene-qt6 qt6-base-dev qt6-base-dev-tools qt6-declarative-dev)
 benchmark_packages=("${demo_packages[@]}" binutils libbenchmark-dev libglib2.0-dev libsdbus-c++-dev libsystemd-dev
     nlohmann-json3-dev python3 valgrind)
 
 docs_packages=(doxygen graphviz mandoc python3)
-package_packages=("${build_packages[@]}" "${docs_packages[@]}" autopkgtest dbus-daemon debhelper dpkg-dev fakeroot git
-    lintian mmdebstrap)
+package_packages=("${build_packages[@]}" "${docs_packages[@]}" "${screens_build_packages[@]}" autopkgtest dbus-daemon
+    debhelper dpkg-dev fakeroot git lintian mmdebstrap)
 
 die() {
     echo "$(basename "$0"): $*" >&2
