@@ -28,6 +28,7 @@ DEFAULTS = {
     "PN": NAME, "BPN": NAME, "prefix": "/usr", "bindir": "/usr/bin", "sbindir": "/usr/sbin",
     "libdir": "/usr/lib", "libexecdir": "/usr/libexec", "includedir": "/usr/include", "datadir": "/usr/share",
     "docdir": "/usr/share/doc", "mandir": "/usr/share/man", "infodir": "/usr/share/info", "sysconfdir": "/etc",
+    "OE_QMAKE_PATH_QML": "/usr/lib/qml",
     "PTEST_PATH": f"/usr/lib/{NAME}/ptest",
     "PACKAGES": "${PN}-ptest ${PN}-dev ${PN}-doc ${PACKAGE_BEFORE_PN} ${PN} ${PN}-bash-completion",
     "PACKAGE_BEFORE_PN": "",
@@ -40,8 +41,20 @@ DEFAULTS = {
                    "${libdir}/${BPN}/*",
 }
 
-# Which recipe provides what CMake looks for.
-RECIPES = {"Qt5": "qtbase", "libcjson": "cjson", "dbus-1": "dbus", "RapidJSON": "rapidjson"}
+# Which recipe provides what CMake looks for: packages, and components of Qt.
+RECIPES = {
+    "libcjson": "cjson", "dbus-1": "dbus", "RapidJSON": "rapidjson",
+    "Core": "qtbase", "DBus": "qtbase", "Gui": "qtbase", "Test": "qtbase", "Widgets": "qtbase",
+    "Qml": "qtdeclarative", "Quick": "qtdeclarative", "QuickTest": "qtdeclarative",
+    "QuickControls2": "qtquickcontrols2", "Multimedia": "qtmultimedia", "LinguistTools": "qttools",
+}
+
+# Where each feature of the recipe is built, and the package that it fills; "" is what is built always.
+FOLDERS = {"": r"(dbus|src|testing|abi|man)/|[^/]*$", "tools": "tools/", "models": "models/", "qml": r"(tests/)?qml/",
+           "screens": r"(examples|tests)/screens/", "tests": r"tests/(?!package/|models/consumer/|qml/|screens/)"}
+SCREENS = ["hmi-panel", "media-player", "simulator-control"]
+FILLED = {"tools": ["tools", "bash-completion"], "models": ["models"], "qml": ["qml"], "screens": ["examples"],
+          "tests": ["ptest"]}
 
 
 class Recipe:
@@ -85,10 +98,14 @@ class Recipe:
         have = "1" if name == "PTEST_ENABLED" else self.values[name]
         return yes if wanted in self.expand(have).split() else no
 
-    def features(self):
-        """The flags of each enabled feature: options when on, options when off, what it needs to build."""
-        for feature in self.words("PACKAGECONFIG"):
-            yield (self.values[f"PACKAGECONFIG[{feature}]"].split(",") + [""] * 3)[:3]
+    def feature(self, name):
+        """The flags of a feature: options when on, options when off, what it needs to build."""
+        return [self.expand(text) for text in (self.values[f"PACKAGECONFIG[{name}]"].split(",") + [""] * 3)[:3]]
+
+    def options(self, features):
+        """The options for CMake with these features only."""
+        choices = [self.feature(name)[0 if name in features else 1] for name in FOLDERS if name]
+        return self.words("EXTRA_OECMAKE") + " ".join(choices).split()
 
     def shell(self, function, **variables):
         """The function, with bitbake's variables in their places."""
@@ -107,7 +124,28 @@ def recipe_paths():
     return glob.glob(os.path.join(LAYER, "recipes-*", NAME, f"{NAME}_*.bb"))
 
 
+def is_built(feature):
+    """Whether the build folder has all that a feature installs."""
+    with open(os.path.join(BUILD, "CMakeCache.txt"), encoding="utf-8") as file:
+        return re.search(rf"^KIV_BUILD_{feature.upper()}:\w+=ON$", file.read(), re.MULTILINE) is not None
+
+
+def asked_for(folder_pattern):
+    """The recipes of what the project looks for in some of its folders."""
+    wanted = set()
+    for path in glob.glob(os.path.join(ROOT, "**", "CMakeLists.txt"), recursive=True):
+        if not re.match(folder_pattern, os.path.relpath(path, ROOT)):
+            continue
+        text = read_file(path).decode()
+        for components in re.findall(r"find_package\((?:Qt5|\$\{KIV_QT\}) [^)]*COMPONENTS ([^)]*)\)", text):
+            wanted.update(components.split())
+        wanted.update(re.findall(r"find_package\((?!Qt5|PkgConfig)(\w+)", text))
+        wanted.update(re.findall(r"pkg_check_modules\(.* ([\w.-]+)(?:>=[\d.]+)\)", text))
+    return {RECIPES[name] for name in wanted}
+
+
 RECIPE = Recipe(recipe_paths()[0])
+FEATURES = [feature for feature in FILLED if is_built(feature)]
 RUN_PTEST = os.path.join(os.path.dirname(recipe_paths()[0]), NAME, "run-ptest")
 
 
@@ -139,27 +177,27 @@ class Text(unittest.TestCase):
         self.assertEqual(hashlib.md5(read_file(os.path.join(ROOT, name))).hexdigest(), md5)
 
     def test_dependencies_areThoseOfCMake(self):
-        wanted = set()
-        for path in glob.glob(os.path.join(ROOT, "**", "CMakeLists.txt"), recursive=True):
-            if re.match(r"benchmarks|build|examples|tests/(package|models/consumer)", os.path.relpath(path, ROOT)):
-                continue
-            text = read_file(path).decode()
-            wanted.update(name.replace("${KIV_QT}", "Qt5") for name in re.findall(r"find_package\(([\w${}]+)", text))
-            wanted.update(re.findall(r"pkg_check_modules\(.* ([\w.-]+)(?:>=[\d.]+)\)", text))
-        wanted.remove("PkgConfig")
         self.assertIn("pkgconfig", RECIPE.words("inherit"))
-        given = set(RECIPE.words("DEPENDS"))
-        for _, _, needs in RECIPE.features():
-            given.update(needs.split())
-        self.assertEqual({RECIPES[name] for name in wanted}, given - {"qtbase-native"})
+        always = set(RECIPE.words("DEPENDS"))
+        self.assertEqual(always - {"qtbase-native"}, asked_for(FOLDERS[""]))
+        for feature in FILLED:
+            with self.subTest(feature):
+                needs = set(RECIPE.feature(feature)[2].split())
+                self.assertEqual(needs - {"qttools-native"}, asked_for(FOLDERS[feature]) - always)
+
+    def test_features_areAllKnown(self):
+        declared = [found[1] for name in RECIPE.values if (found := re.fullmatch(r"PACKAGECONFIG\[(\w+)\]", name))]
+        self.assertEqual(sorted(declared), sorted(FILLED))
+        self.assertLessEqual(set(RECIPE.words("PACKAGECONFIG")), set(FILLED))
 
     def test_options_areKnownToCMake(self):
         text = "".join(read_file(path).decode()
                        for path in glob.glob(os.path.join(ROOT, "**", "CMakeLists.txt"), recursive=True))
-        options = [*RECIPE.words("EXTRA_OECMAKE"), *(word for on, off, _ in RECIPE.features() for word in (on, off))]
-        names = [name for name in re.findall(r"-D(KIV_\w+)=", " ".join(options))]
+        options = set(RECIPE.options(FILLED) + RECIPE.options([]))
+        names = sorted(re.findall(r"-D(KIV_\w+)=", " ".join(options)))
         self.assertEqual([name for name in names if not re.search(rf"(option|set)\({name} ", text)], [])
-        self.assertEqual(len(names), 7)
+        self.assertEqual(names, sorted([*2 * [f"KIV_BUILD_{name}" for name in (
+            "TOOLS", "MODELS", "QML", "SCREENS", "EXAMPLES", "TESTS")], "KIV_QML_FOLDER", "KIV_ZSH_COMPLETIONS"]))
 
 
 class Packages(unittest.TestCase):
@@ -177,10 +215,11 @@ class Packages(unittest.TestCase):
     def install(cls):
         """With the real rules of installation, and programs that are built already."""
         folder = os.path.join(cls.stage, "build")
-        options = RECIPE.words("EXTRA_OECMAKE") + [on for on, _, _ in RECIPE.features()]
         subprocess.run(["cmake", "-S", ROOT, "-B", folder, "-G", "Ninja", "-DCMAKE_INSTALL_PREFIX=/usr",
-                        "-DCMAKE_INSTALL_LIBDIR=lib", *options], check=True, stdout=subprocess.DEVNULL)
-        for path in glob.glob(os.path.join(BUILD, "src", "lib*.so*")) + glob.glob(os.path.join(BUILD, "bin", "*")):
+                        "-DCMAKE_INSTALL_LIBDIR=lib", *RECIPE.options(FEATURES)], check=True, stdout=subprocess.DEVNULL)
+        built = ("src/lib*.so*", "bin/*", "models/lib*.so*", "qml/imports/Kiv/Audio/*.so", "examples/screens/*/*-*")
+        for path in (path for pattern in built for path in glob.glob(os.path.join(BUILD, pattern))
+                     if os.access(path, os.X_OK) and not os.path.isdir(path)):
             place = os.path.join(folder, os.path.relpath(path, BUILD))
             os.makedirs(os.path.dirname(place), exist_ok=True)
             shutil.copy2(path, place, follow_symlinks=False)
@@ -210,15 +249,26 @@ class Packages(unittest.TestCase):
                     claimed = os.path.dirname(claimed)
         return "none"
 
+    @staticmethod
+    def expected(feature, *paths):
+        return list(paths) if feature in FEATURES else []
+
     def test_everyFile_isInItsPackage(self):
         packages = {}
         for path in sorted(self.installed()):
             packages.setdefault(self.package_of(path), []).append(path)
         self.assertEqual(packages.get("none", []), [])
-        self.assertEqual(sorted(packages), sorted(RECIPE.words("PACKAGES")))
+        empty = [f"{NAME}-{package}" for name in FILLED if name not in FEATURES for package in FILLED[name]]
+        self.assertEqual(sorted(packages), sorted(set(RECIPE.words("PACKAGES")) - set(empty)))
         self.assertEqual(packages[NAME], ["/usr/lib/libkiv-qtdbus-lib.so.1", "/usr/lib/libkiv-qtdbus-lib.so.1.0.0"])
         self.assertEqual([path for path in packages[NAME + "-tools"] if "/bin/" in path],
                          ["/usr/bin/kiv-audio-simulator", "/usr/bin/kivctl"])
+        self.assertEqual(packages.get(NAME + "-models", []), self.expected(
+            "models", "/usr/lib/libkiv-audio-models.so.1", "/usr/lib/libkiv-audio-models.so.1.0.0"))
+        self.assertEqual(packages.get(NAME + "-qml", []), self.expected(
+            "qml", *(f"/usr/lib/qml/Kiv/Audio/{name}" for name in ("libkivaudioplugin.so", "plugins.qmltypes", "qmldir"))))
+        self.assertEqual(packages.get(NAME + "-examples", []), self.expected(
+            "screens", "/usr/bin/kiv-audio-demo", *(f"/usr/libexec/kiv-audio-examples/{name}" for name in SCREENS)))
         self.assertEqual([path for path in packages[NAME + "-dev"] if path.startswith("/usr/share/")],
                          ["/usr/share/dbus-1/interfaces/com.quorvantel.ServiceProvider.xml",
                           "/usr/share/kiv-qtdbus-lib/schemas/protocol.schema.json"])

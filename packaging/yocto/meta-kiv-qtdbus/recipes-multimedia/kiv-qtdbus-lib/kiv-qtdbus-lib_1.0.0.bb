@@ -14,17 +14,24 @@ EXTERNALSRC = "${KIV_QTDBUS_LIB_SOURCE}"
 inherit cmake_qt5 pkgconfig externalsrc bash-completion ptest
 
 EXTRA_OECMAKE = " \
-    -DKIV_BUILD_EXAMPLES=OFF \
-    -DKIV_BUILD_MODELS=OFF \
     -DKIV_ZSH_COMPLETIONS=share/zsh/site-functions \
     -DCMAKE_SKIP_RPATH=ON \
 "
 
-PACKAGECONFIG ??= "tools ${@bb.utils.contains('PTEST_ENABLED', '1', 'tests', '', d)}"
+PACKAGECONFIG ??= "tools models ${@bb.utils.contains('PTEST_ENABLED', '1', 'tests', '', d)}"
 PACKAGECONFIG[tools] = "-DKIV_BUILD_TOOLS=ON,-DKIV_BUILD_TOOLS=OFF,dbus rapidjson"
+PACKAGECONFIG[models] = "-DKIV_BUILD_MODELS=ON,-DKIV_BUILD_MODELS=OFF"
+PACKAGECONFIG[qml] = "-DKIV_BUILD_QML=ON -DKIV_QML_FOLDER=${OE_QMAKE_PATH_QML},-DKIV_BUILD_QML=OFF,qtdeclarative"
+PACKAGECONFIG[screens] = "-DKIV_BUILD_EXAMPLES=ON -DKIV_BUILD_SCREENS=ON,-DKIV_BUILD_EXAMPLES=OFF -DKIV_BUILD_SCREENS=OFF,qtdeclarative qtmultimedia qtquickcontrols2 qttools qttools-native"
 PACKAGECONFIG[tests] = "-DKIV_BUILD_TESTS=ON,-DKIV_BUILD_TESTS=OFF"
 
-PACKAGE_BEFORE_PN = "${PN}-tools"
+PACKAGE_BEFORE_PN = "${PN}-models ${PN}-qml ${PN}-examples ${PN}-tools"
+FILES:${PN}-models = "${libdir}/libkiv-audio-models.so.*"
+FILES:${PN}-qml = "${OE_QMAKE_PATH_QML}/Kiv"
+FILES:${PN}-examples = " \
+    ${bindir}/kiv-audio-demo \
+    ${libexecdir}/kiv-audio-examples \
+"
 FILES:${PN}-tools = " \
     ${bindir}/* \
     ${datadir}/kiv-qtdbus-lib \
@@ -36,6 +43,8 @@ FILES:${PN}-dev += " \
     ${datadir}/kiv-qtdbus-lib/schemas/protocol.schema.json \
 "
 RDEPENDS:${PN}-tools = "dbus"
+RDEPENDS:${PN}-examples = "bash ${PN}-qml ${PN}-tools qtdeclarative-qmlplugins qtquickcontrols2-qmlplugins"
+RRECOMMENDS:${PN}-examples = "qtmultimedia-plugins"
 RDEPENDS:${PN}-ptest = "dbus ${@bb.utils.contains('PACKAGECONFIG', 'tools', '${PN}-tools', '', d)}"
 
 # The CMake component Testing looks for the simulator when other recipes ask for it.
