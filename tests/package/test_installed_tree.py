@@ -16,8 +16,10 @@ import unittest
 BUILD, COMPILER, QT, PACKAGE, PROGRAMS = sys.argv[1:6]
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 LIBRARY = f"lib{PACKAGE}.so"
-MODELS = f"lib{PACKAGE.replace('qtdbus-lib', 'audio-models')}.so"
+MODELS_PACKAGE = PACKAGE.replace("qtdbus-lib", "audio-models")
+MODELS = f"lib{MODELS_PACKAGE}.so"
 PLUGIN = "libkivaudioplugin.so"
+SCREENS = "libexec/kiv-audio-examples"
 
 # What each file needs, beside the C and C++ run time.
 RUN_TIME = {"libstdc++.so.6", "libgcc_s.so.1", "libm.so.6", "libc.so.6", "ld-linux-x86-64.so.2"}
@@ -48,6 +50,16 @@ def read(path):
 
 def project_version():
     return re.search(r"VERSION (\d+\.\d+\.\d+)\n", read(os.path.join(ROOT, "CMakeLists.txt")).decode())[1]
+
+
+def setting(name):
+    """What the build folder was configured with."""
+    found = re.search(rf"^{name}:\w+=(.*)$", read(os.path.join(BUILD, "CMakeCache.txt")).decode(), re.MULTILINE)
+    return found[1] if found else ""
+
+
+def is_built(part):
+    return setting(f"KIV_BUILD_{part}") == "ON"
 
 
 def is_elf(path):
@@ -124,14 +136,18 @@ class WholeTree(unittest.TestCase):
             expected = NEEDED[name] | own.get(name, set())
             self.assertEqual(set(dynamic_entries(path, "NEEDED")) - RUN_TIME, expected, name)
 
-    def test_programsAndLibraries_areThoseThatAreKnown(self):
+    def test_programsAndLibraries_areThoseThatAreBuilt(self):
         version = project_version()
-        optional = (f"{MODELS}.{version}", PLUGIN)
-        found = [path[len(self.tree) + 1:] for path in self.elf if os.path.basename(path) not in optional]
-        tools = [f"{PROGRAMS}/kiv-audio-simulator", f"{PROGRAMS}/kivctl"]
-        library = [path for path in found if os.path.basename(path) == f"{LIBRARY}.{version}"]
-        self.assertEqual(len(library), 1)
-        self.assertIn(sorted(found), [sorted(library + tools), library])
+        libraries = setting("CMAKE_INSTALL_LIBDIR")
+        parts = {
+            "TOOLS": [f"{PROGRAMS}/kiv-audio-simulator", f"{PROGRAMS}/kivctl"],
+            "MODELS": [f"{libraries}/{MODELS}.{version}"],
+            "QML": [f"{setting('KIV_QML_FOLDER')}/Kiv/Audio/{PLUGIN}"],
+            "SCREENS": [f"{SCREENS}/{name}" for name in ("hmi-panel", "media-player", "simulator-control")],
+        }
+        expected = [path for part, paths in parts.items() if is_built(part) for path in paths]
+        self.assertEqual(sorted(path[len(self.tree) + 1:] for path in self.elf),
+                         sorted([f"{libraries}/{LIBRARY}.{version}", *expected]))
 
     def test_links_leadToTheLibraryByItsSoname(self):
         version = project_version()
@@ -147,13 +163,16 @@ class WholeTree(unittest.TestCase):
 
     def test_folders_areOpenToEverybody(self):
         for path in files_of(self.tree):
-            expected = 0o755 if path in self.elf and ".so" not in os.path.basename(path) else 0o644
+            is_program = path in self.elf and ".so" not in os.path.basename(path)
+            expected = 0o755 if is_program or os.path.dirname(path) == f"{self.tree}/bin" else 0o644
             if not os.path.islink(path):
                 self.assertEqual(os.stat(path).st_mode & 0o777, expected, path)
 
 
 class Layout(unittest.TestCase):
-    """The library alone, with the real rules of installation, for other places than the default ones."""
+    """The libraries alone, with the real rules of installation, for other places than the default ones."""
+
+    packages = {"src": PACKAGE, **({"models": MODELS_PACKAGE} if is_built("MODELS") else {})}
 
     def setUp(self):
         self.stage = tempfile.mkdtemp()
@@ -162,16 +181,18 @@ class Layout(unittest.TestCase):
 
     def install(self, prefix, *options, image=None):
         folder = os.path.join(self.stage, "build")
-        parts = [f"-DKIV_BUILD_{part}=OFF" for part in ("TOOLS", "MODELS", "TESTS", "EXAMPLES")]
+        parts = [f"-DKIV_BUILD_{part}=OFF" for part in ("TOOLS", "TESTS", "EXAMPLES")]
+        parts.append(f"-DKIV_BUILD_MODELS={'ON' if 'models' in self.packages else 'OFF'}")
         output_of("cmake", "-S", ROOT, "-B", folder, "-G", "Ninja", f"-DCMAKE_CXX_COMPILER={COMPILER}",
                   f"-DKIV_QT_MAJOR={QT}", *parts, f"-DCMAKE_INSTALL_PREFIX={prefix}", *options)
-        for name in os.listdir(os.path.join(BUILD, "src")):
-            if name.startswith(LIBRARY):
-                shutil.copy2(os.path.join(BUILD, "src", name), os.path.join(folder, "src"), follow_symlinks=False)
+        for place, package in self.packages.items():
+            for name in os.listdir(os.path.join(BUILD, place)):
+                if name.startswith(f"lib{package}.so"):
+                    shutil.copy2(os.path.join(BUILD, place, name), os.path.join(folder, place), follow_symlinks=False)
         output_of("cmake", "--install", folder, DESTDIR=self.image if image is None else image)
 
-    def pkg_config(self, folder, *options):
-        words = output_of("pkg-config", *options, PACKAGE, PKG_CONFIG_PATH=os.path.join(folder, "pkgconfig"))
+    def pkg_config(self, folder, package, *options):
+        words = output_of("pkg-config", *options, package, PKG_CONFIG_PATH=os.path.join(folder, "pkgconfig"))
         return [self.plain(word) for word in shlex.split(words)]
 
     @staticmethod
@@ -180,40 +201,45 @@ class Layout(unittest.TestCase):
         option, path = re.fullmatch(r"(-[IL])?(.*)", word).groups()
         return (option or "") + (os.path.normpath(path) if path.startswith("/") else path)
 
-    def use_with_cmake(self, prefix_path):
+    def use_with_cmake(self, libraries, package=PACKAGE):
         """A stranger's project that names nothing but this package."""
-        project = os.path.join(ROOT, "tests", "package", "consumer")
-        folder = os.path.join(self.stage, "consumer")
+        project = os.path.join(ROOT, "tests", "package" if package == PACKAGE else "models", "consumer")
+        folder = os.path.join(self.stage, f"{package}-consumer")
+        places = [f"-D{name}_DIR={libraries}/cmake/{name}" for name in self.packages.values()]
         output_of("cmake", "-S", project, "-B", folder, "-G", "Ninja", f"-DCMAKE_CXX_COMPILER={COMPILER}",
-                  "-DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF", f"-D{PACKAGE}_DIR={prefix_path}", f"-DPACKAGE={PACKAGE}",
+                  "-DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF", *places, f"-DPACKAGE={package}",
                   "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror")
         output_of("cmake", "--build", folder)
-        return os.path.join(folder, "consumer")
+        output_of(os.path.join(folder, "consumer"), LD_LIBRARY_PATH=libraries,
+                  DBUS_SYSTEM_BUS_ADDRESS="unix:path=/nonexistent")
 
     def check_places(self, prefix, libraries, headers):
-        """Each file of the library's is in one of its folders; the documents and such are in share."""
+        """Each file of a library's is in one of its folders; the documents and such are in share."""
+        own = {place for name in self.packages.values() for place in (f"{libraries}/cmake/{name}", f"{headers}/{name}")}
         installed = {os.path.dirname(path) for path in files_of(os.path.commonpath([prefix, libraries, headers]))}
         self.assertEqual({folder for folder in installed if not folder.startswith(f"{prefix}/share/")},
-                         {libraries, f"{libraries}/pkgconfig", f"{libraries}/cmake/{PACKAGE}", f"{headers}/{PACKAGE}"})
+                         {libraries, f"{libraries}/pkgconfig", *own})
 
-    def check_pkg_config(self, libraries, headers):
-        flags = self.pkg_config(libraries, "--cflags")
-        self.assertEqual(flags[0], f"-I{headers}/{PACKAGE}")
+    def check_pkg_config(self, package, libraries, headers):
+        """The models use the library, and do not show it."""
+        flags = self.pkg_config(libraries, package, "--cflags")
+        folders = [f"-I{headers}/{name}" for name in dict.fromkeys((package, PACKAGE))]
+        self.assertEqual([flag for flag in flags if flag.startswith(f"-I{headers}/")], folders)
         qt = output_of("pkg-config", "--cflags", f"Qt{QT}Core", f"Qt{QT}DBus").split()
         cjson = output_of("pkg-config", "--cflags", "libcjson").split()
-        self.assertEqual(set(flags[1:]), set(qt + cjson))
-        self.assertEqual(self.pkg_config(libraries, "--libs"),
-                         [f"-L{libraries}", f"-l{PACKAGE}", f"-lQt{QT}DBus", f"-lQt{QT}Core"])
-        self.assertIn("-lcjson", self.pkg_config(libraries, "--libs", "--static"))
+        self.assertEqual(set(flags), set(folders + qt + cjson))
+        self.assertEqual(self.pkg_config(libraries, package, "--libs"),
+                         [f"-L{libraries}", f"-l{package}", f"-lQt{QT}DBus", f"-lQt{QT}Core"])
+        self.assertIn("-lcjson", self.pkg_config(libraries, package, "--libs", "--static"))
         for name, folder in (("libdir", libraries), ("includedir", headers)):
-            self.assertEqual(self.pkg_config(libraries, f"--variable={name}"), [folder])
+            self.assertEqual(self.pkg_config(libraries, package, f"--variable={name}"), [folder])
 
     def check(self, prefix, libraries, headers):
         """A tree with these folders is whole, and of use to a stranger."""
         self.check_places(prefix, libraries, headers)
-        self.check_pkg_config(libraries, headers)
-        program = self.use_with_cmake(f"{libraries}/cmake/{PACKAGE}")
-        output_of(program, LD_LIBRARY_PATH=libraries, DBUS_SYSTEM_BUS_ADDRESS="unix:path=/nonexistent")
+        for package in self.packages.values():
+            self.check_pkg_config(package, libraries, headers)
+        self.use_with_cmake(libraries)
 
     def check_staged(self, prefix, libraries="lib", headers="include", options=()):
         self.install(prefix, *options)
@@ -241,6 +267,8 @@ class Layout(unittest.TestCase):
         prefix = os.path.join(self.stage, "image", "rest")
         self.install(prefix, f"-DCMAKE_INSTALL_LIBDIR={libraries}", f"-DCMAKE_INSTALL_INCLUDEDIR={headers}", image="")
         self.check(prefix, libraries, headers)
+        if "models" in self.packages:
+            self.use_with_cmake(libraries, MODELS_PACKAGE)
 
     def test_pkgConfigFile_requiresWhatTheHeadersNeed(self):
         self.install("/usr", "-DCMAKE_INSTALL_LIBDIR=lib")
