@@ -40,8 +40,6 @@ Rectangle {
 
         delegate: FocusRow {
             width: ListView.view.width
-            ListView.onPooled: visible = false
-            ListView.onReused: visible = true
         }
     }
     Placeholder {

@@ -6,6 +6,7 @@ import HmiPanel 1.0
 Item {
     id: root
 
+    required property int index
     required property string streamName
     required property string focusType
     required property string newFocus
