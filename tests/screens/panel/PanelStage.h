@@ -16,6 +16,8 @@
 #include <QTest>
 #include <QTouchDevice>
 
+#include <algorithm>
+
 namespace KivTest {
 
 /** How the panel is looked at. */
@@ -206,7 +208,7 @@ public:
         int same = 0;
         const auto look = [&] {
             const QString now = Geometry();
-            same = now == last ? same + 1 : 0;
+            same = now == last && !IsFading() ? same + 1 : 0;
             last = now;
             Window()->update();
         };
@@ -237,6 +239,17 @@ public:
     ScreenStage service;
 
 private:
+    /** Whether something comes or goes; not the dots, and not what shows how far a list is scrolled. */
+    bool IsFading() const
+    {
+        const QList<QQuickItem*> items = Items();
+        return std::any_of(items.cbegin(), items.cend(), [](const QQuickItem* item) {
+            return item->opacity() < 1 && item->objectName() != QLatin1String("waitingDot") &&
+                   !item->parentItem()->inherits("QQuickScrollIndicator") &&
+                   !item->parentItem()->inherits("QQuickScrollBar");
+        });
+    }
+
     QString Geometry() const
     {
         QString text;

@@ -52,7 +52,13 @@ AbstractButton {
         NameText {
             id: label
             objectName: "tileName"
-            anchors { left: parent.left; right: parent.right; top: initial.bottom; bottom: parent.bottom; topMargin: Theme.halfGap }
+            anchors {
+                left: parent.left
+                right: parent.right
+                top: initial.bottom
+                bottom: parent.bottom
+                topMargin: Theme.halfGap / 2
+            }
             verticalAlignment: Text.AlignBottom
             lines: 2
             sizes: [Theme.titleSize, Theme.bodySize, Theme.captionSize]
