@@ -4,6 +4,7 @@
 
 #include "PanelStage.h"
 
+#include <QAccessible>
 #include <QHash>
 
 #include <cmath>
@@ -121,6 +122,9 @@ private:
         if (text->property("font").value<QFont>().pixelSize() < kSmallestText) {
             Complain(text, QStringLiteral("is too small"));
         }
+        if (text->property("textFormat").toInt() != Qt::PlainText) {
+            Complain(text, QStringLiteral("may take a name for markup"));
+        }
         const QRectF rectangle = text->mapRectToScene(painted);
         CheckInside(text, rectangle);
         const QRectF visible = Visible(text, rectangle);
@@ -130,11 +134,15 @@ private:
         }
     }
 
-    void CheckTarget(const QQuickItem* target)
+    void CheckTarget(QQuickItem* target)
     {
         const int least = target->objectName() == QLatin1String("tile") ? kSmallestTile : kSmallestTarget;
         if (target->width() < least || target->height() < least) {
             Complain(target, QStringLiteral("is too small for a finger"));
+        }
+        QAccessibleInterface* const accessible = QAccessible::queryAccessibleInterface(target);
+        if (accessible == nullptr || accessible->text(QAccessible::Name).isEmpty()) {
+            Complain(target, QStringLiteral("has no name for those who do not see it"));
         }
         const QRectF rectangle = target->mapRectToScene(target->boundingRect());
         CheckInside(target, rectangle);

@@ -46,7 +46,7 @@ GridView {
             name: cell.name
             active: cell.active && name !== "" // no mode is on: not the one without a name
             pending: cell.pending && name !== ""
-            enabled: root.enabled && !cell.removed && name !== ""
+            enabled: !cell.removed && name !== ""
             onClicked: root.chosen(name)
             onPressAndHold: tip.showAt(this, name)
         }
