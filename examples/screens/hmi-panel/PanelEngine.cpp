@@ -5,7 +5,6 @@
 #include "Names.h"
 
 #include <QGuiApplication>
-#include <QQuickStyle>
 #include <QtQml>
 
 namespace {
@@ -32,7 +31,6 @@ PanelEngine::PanelEngine(const PanelOptions& options)
     : m_Options(options)
 {
     InitPanelResource();
-    QQuickStyle::setStyle(QStringLiteral("Default")); // what the panel's own controls stand on
     SetLanguage(options.language);
 }
 

@@ -6,6 +6,7 @@
 
 #include <QGuiApplication>
 #include <QLoggingCategory>
+#include <QQuickStyle>
 #include <QTextStream>
 
 namespace {
@@ -19,6 +20,7 @@ int Run(int argc, char** argv, const PanelOptions& options)
     const QGuiApplication application(argc, argv);
     // QT_LOGGING_RULES=default.debug=true shows the library's debug records.
     QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false"));
+    QQuickStyle::setStyle(QStringLiteral("Default")); // what the panel's own controls stand on
     const QuitSignals quitSignals;
     PanelEngine engine(options);
     if (!engine.Load()) {

@@ -23,7 +23,14 @@ Rectangle {
         id: list
 
         objectName: "focusList"
-        anchors { left: title.left; right: title.right; top: title.bottom; topMargin: Theme.halfGap; bottom: parent.bottom; bottomMargin: Theme.halfGap }
+        anchors {
+            left: title.left
+            right: title.right
+            top: title.bottom
+            topMargin: Theme.halfGap
+            bottom: parent.bottom
+            bottomMargin: Theme.halfGap
+        }
         activeFocusOnTab: count > 0
         clip: true
         reuseItems: true
@@ -40,12 +47,15 @@ Rectangle {
 
         delegate: FocusRow {
             width: ListView.view.width
-            ListView.onPooled: visible = false
-            ListView.onReused: visible = true
         }
     }
     Placeholder {
-        anchors { left: parent.left; right: parent.right; margins: Theme.margin; verticalCenter: parent.verticalCenter }
+        anchors {
+            left: parent.left
+            right: parent.right
+            margins: Theme.margin
+            verticalCenter: parent.verticalCenter
+        }
         visible: root.feed.count === 0
         waits: false
         headline: qsTr("No events yet")

@@ -6,14 +6,19 @@ import HmiPanel 1.0
 Item {
     id: root
 
+    required property int index
     required property string streamName
     required property string focusType
     required property string newFocus
     required property date time
     readonly property bool passing: focusType === "transient"
-    readonly property string sentence: newFocus === "gained" ? (passing ? qsTr("Has the focus for a while") : qsTr("Has the focus now"))
-                                     : newFocus === "temporarilyLost" ? qsTr("Is interrupted for a while")
-                                     : newFocus === "lost" ? qsTr("Has lost the focus") : qsTr("Its focus has changed")
+    readonly property int what: ["gained", "temporarilyLost", "lost"].indexOf(newFocus) + 1 // 0: something else
+    readonly property string sentence: [
+        qsTr("Its focus has changed"),
+        passing ? qsTr("Has the focus for a while") : qsTr("Has the focus now"),
+        qsTr("Is interrupted for a while"),
+        qsTr("Has lost the focus")
+    ][what]
 
     objectName: "focusRow"
     implicitHeight: Math.max(disc.height, texts.height) + Theme.gap
@@ -23,12 +28,17 @@ Item {
     Disc {
         id: disc
         anchors { left: parent.left; top: texts.top; topMargin: Theme.halfGap / 2 }
-        sign: root.newFocus === "gained" ? "▶" : root.newFocus === "lost" ? "■" : root.newFocus === "temporarilyLost" ? "❚❚" : "•"
-        signColor: root.newFocus === "gained" ? Theme.good : root.newFocus === "temporarilyLost" ? Theme.attention : Theme.secondaryText
+        sign: ["•", "▶", "❚❚", "■"][root.what]
+        signColor: [Theme.secondaryText, Theme.good, Theme.attention, Theme.secondaryText][root.what]
     }
     Column {
         id: texts
-        anchors { left: disc.right; leftMargin: Theme.gap; right: parent.right; verticalCenter: parent.verticalCenter }
+        anchors {
+            left: disc.right
+            leftMargin: Theme.gap
+            right: parent.right
+            verticalCenter: parent.verticalCenter
+        }
 
         Item {
             width: parent.width

@@ -12,7 +12,12 @@ Item {
     implicitHeight: Theme.headerHeight
 
     Column {
-        anchors { left: parent.left; right: themeButton.left; rightMargin: Theme.gap; verticalCenter: parent.verticalCenter }
+        anchors {
+            left: parent.left
+            right: themeButton.left
+            rightMargin: Theme.gap
+            verticalCenter: parent.verticalCenter
+        }
         spacing: Theme.halfGap / 2
 
         NameText {
@@ -20,7 +25,9 @@ Item {
             sizes: [Theme.captionSize]
             color: Theme.secondaryText
             visible: root.currentMode !== ""
-            name: root.destination === "" ? qsTr("Audio source") : qsTr("Audio source · %1").arg(Names.quoted(root.destination))
+            name: root.destination === ""
+                  ? qsTr("Audio source")
+                  : qsTr("Audio source · %1").arg(Names.quoted(root.destination))
         }
         NameText {
             objectName: "currentMode"

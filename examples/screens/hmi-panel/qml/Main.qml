@@ -57,7 +57,8 @@ ApplicationWindow {
         FocusPane {
             Layout.fillWidth: !root.wide
             Layout.fillHeight: root.wide
-            Layout.preferredWidth: Math.max(Theme.feedMinimum, Math.min(Theme.feedMaximum, root.width * Theme.feedShare))
+            Layout.preferredWidth: Math.max(Theme.feedMinimum,
+                                            Math.min(Theme.feedMaximum, root.width * Theme.feedShare))
             Layout.preferredHeight: Math.min(Theme.feedHeight, root.height * Theme.feedShare)
             feed: root.feed
         }

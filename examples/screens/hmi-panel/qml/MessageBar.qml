@@ -14,7 +14,7 @@ Rectangle {
 
     objectName: "messageBar"
     visible: message.kind !== PanelMessage.Kind.None
-    implicitHeight: Math.max(button.height, texts.height) + 2 * Theme.halfGap
+    implicitHeight: Math.max(button.height, texts.height + Theme.halfGap) + 2 * Theme.halfGap
     radius: Theme.radius
     color: Theme.surface
     Accessible.role: Accessible.AlertMessage
@@ -34,7 +34,13 @@ Rectangle {
     }
     Column {
         id: texts
-        anchors { left: disc.right; leftMargin: Theme.gap; right: button.left; rightMargin: Theme.halfGap; verticalCenter: parent.verticalCenter }
+        anchors {
+            left: disc.right
+            leftMargin: Theme.gap
+            right: button.left
+            rightMargin: Theme.halfGap
+            verticalCenter: parent.verticalCenter
+        }
 
         NameText {
             objectName: "messageHeadline"
@@ -54,7 +60,11 @@ Rectangle {
     PanelButton {
         id: button
         objectName: "messageButton"
-        anchors { right: parent.right; rightMargin: Theme.halfGap; verticalCenter: parent.verticalCenter }
+        anchors {
+            right: parent.right
+            rightMargin: Theme.halfGap
+            verticalCenter: parent.verticalCenter
+        }
         width: visible ? implicitWidth : Theme.halfGap
         visible: text !== ""
         text: root.message.action

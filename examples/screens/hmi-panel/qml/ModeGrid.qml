@@ -21,23 +21,22 @@ GridView {
     Accessible.role: Accessible.List
     Accessible.name: qsTr("Audio sources")
 
-    delegate: Item {
+    delegate: FocusScope {
         id: cell
 
         required property int index
         required property string name
         required property bool active
         required property bool pending
+        readonly property bool removed: index < 0 // the item may come back for another mode, without any other sign
 
         width: root.cellWidth
         height: root.cellHeight
-        GridView.onAdd: fadeIn.start()
-        GridView.onRemove: fadeOut.start()
-        GridView.onPooled: visible = false
-        GridView.onReused: {
-            fadeIn.complete()
-            opacity = 1
-            visible = true
+        Component.onCompleted: fadeIn.start()
+        onRemovedChanged: {
+            if (!removed) {
+                fadeIn.restart()
+            }
         }
 
         ModeTile {
@@ -45,15 +44,13 @@ GridView {
             focus: true
             index: cell.index
             name: cell.name
-            active: cell.active
-            pending: cell.pending
-            enabled: root.enabled && name !== ""
+            active: cell.active && name !== "" // no mode is on: not the one without a name
+            pending: cell.pending && name !== ""
+            enabled: !cell.removed && name !== ""
             onClicked: root.chosen(name)
             onPressAndHold: tip.showAt(this, name)
-            Keys.onReturnPressed: click()
-            Keys.onEnterPressed: click()
         }
-        // The view's own transitions would keep tiles in their place when the window changes meanwhile.
+        // The view's own transition would keep the tile in its place when the window changes meanwhile.
         NumberAnimation {
             id: fadeIn
             target: cell
@@ -62,13 +59,9 @@ GridView {
             to: 1
             duration: Theme.quick
         }
-        SequentialAnimation {
-            id: fadeOut
-            PropertyAction { target: cell; property: "GridView.delayRemove"; value: true }
-            NumberAnimation { target: cell; property: "opacity"; to: 0; duration: Theme.quick }
-            PropertyAction { target: cell; property: "GridView.delayRemove"; value: false }
-        }
     }
+
+    remove: Transition { NumberAnimation { property: "opacity"; to: 0; duration: Theme.quick } }
 
     NameTip { id: tip }
 }

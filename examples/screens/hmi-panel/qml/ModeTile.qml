@@ -22,6 +22,8 @@ AbstractButton {
     Accessible.name: Names.shown(name) || label.unnamed
     Accessible.description: pending ? qsTr("Waits") : active ? qsTr("On") : ""
     Accessible.checked: active
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
 
     contentItem: Item {
         Disc {
@@ -29,7 +31,7 @@ AbstractButton {
             width: Theme.smallDiscSize
             signSize: Theme.captionSize
             color: root.filled ? Theme.fillText : root.enabled ? Theme.raised : Theme.background
-            sign: Names.initial(root.name)
+            sign: Names.initial(root.name) || "?"
             signColor: root.filled ? Theme.fill : Theme.secondaryText
         }
         PanelText {
@@ -50,7 +52,13 @@ AbstractButton {
         NameText {
             id: label
             objectName: "tileName"
-            anchors { left: parent.left; right: parent.right; top: initial.bottom; bottom: parent.bottom; topMargin: Theme.halfGap }
+            anchors {
+                left: parent.left
+                right: parent.right
+                top: initial.bottom
+                bottom: parent.bottom
+                topMargin: Theme.halfGap / 2
+            }
             verticalAlignment: Text.AlignBottom
             lines: 2
             sizes: [Theme.titleSize, Theme.bodySize, Theme.captionSize]

@@ -12,10 +12,11 @@ ColumnLayout {
     readonly property ModeRequest request: ModeRequest { modes: root.modes }
     readonly property PanelMessage message: PanelMessage { modes: root.modes; request: root.request }
 
-    spacing: Theme.gap - Theme.halfGap
+    spacing: Theme.halfGap
 
     MessageBar {
         Layout.fillWidth: true
+        Layout.topMargin: Theme.halfGap
         message: root.message
         onTriggered: {
             if (root.request.waits) {

@@ -12,9 +12,10 @@ ToolTip {
     objectName: "nameTip"
     delay: 0
     timeout: Theme.tipTime
-    margins: Theme.halfGap
+    margins: Theme.margin
     padding: Theme.gap
     contentItem: PanelText {
+        objectName: "nameTipText"
         text: Names.shown(root.name)
         wrapMode: Text.WrapAtWordBoundaryOrAnywhere
         font.pixelSize: Theme.captionSize

@@ -13,8 +13,8 @@ AbstractButton {
     implicitHeight: Theme.touchSize
     focusPolicy: Qt.TabFocus
     Accessible.name: text
-    Keys.onReturnPressed: click()
-    Keys.onEnterPressed: click()
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
 
     contentItem: PanelText {
         text: root.text

@@ -11,7 +11,8 @@ QtObject {
 
     required property AudioModesModel modes
     required property ModeRequest request
-    readonly property int kind: !modes.available ? (modes.count > 0 ? PanelMessage.Kind.Unavailable : PanelMessage.Kind.None)
+    readonly property int kind: !modes.available && modes.count > 0 ? PanelMessage.Kind.Unavailable
+                                : !modes.available ? PanelMessage.Kind.None
                                 : request.waits ? PanelMessage.Kind.Waiting
                                 : request.refused ? PanelMessage.Kind.Refused : PanelMessage.Kind.None
     readonly property string headline: [

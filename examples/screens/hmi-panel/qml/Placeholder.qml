@@ -19,12 +19,14 @@ Column {
     }
     PanelText {
         id: headline
+        objectName: "placeholderHeadline"
         width: parent.width
         horizontalAlignment: Text.AlignHCenter
         strong: true
     }
     PanelText {
         id: detail
+        objectName: "placeholderDetail"
         width: parent.width
         horizontalAlignment: Text.AlignHCenter
         color: Theme.secondaryText

@@ -36,13 +36,13 @@ QtObject {
     readonly property int headerHeight: 64
     readonly property int touchSize: 56
     readonly property int tileWidth: 176
-    readonly property int tileHeight: 128
+    readonly property int tileHeight: 124
     readonly property int discSize: 40
     readonly property int smallDiscSize: 32
     readonly property int dotSize: 8
     readonly property int feedMinimum: 304
     readonly property int feedMaximum: 408
-    readonly property int feedHeight: 272
+    readonly property int feedHeight: 256
     readonly property int wideFrom: 800
     readonly property int smallest: 480
     readonly property real feedShare: 0.34
