@@ -15,6 +15,8 @@ qml_packages=(qtdeclarative5-dev qtdeclarative5-dev-tools qml-module-qtqml qml-m
 screens_packages=("${qml_packages[@]}" fonts-dejavu-core libqt5multimedia5-plugins qml-module-qtquick-controls2
     qml-module-qtquick-layouts qml-module-qtquick-templates2 qtmultimedia5-dev qtquickcontrols2-5-dev qttools5-dev
     qttools5-dev-tools)
+screens_test_packages=("${screens_packages[@]}" imagemagick mandoc python3-dbus x11-xserver-utils
+    xdotool xvfb)
 qt6_packages=(qmake6 qt6-base-dev qt6-base-dev-tools)
 benchmark_packages=("${demo_packages[@]}" binutils libbenchmark-dev libglib2.0-dev libsdbus-c++-dev libsystemd-dev
     nlohmann-json3-dev python3 valgrind)

@@ -6,6 +6,7 @@
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QPushButton>
+#include <QShortcut>
 #include <QVBoxLayout>
 
 namespace {
@@ -85,7 +86,7 @@ QLayout* ControlWindow::MakeServiceRow()
                                    Deed::StopService(), tr("The service has left the bus."));
     m_StartService =
         MakeDeedButton("startService", tr("Start", "service"), tr("The service returns to the bus"),
-                       Deed::StartService(), tr("The service is back on the bus."));
+                       Deed::StartService(), ServiceIsBack());
     return MakeRow(
         {m_StopService, m_StartService,
          MakeDeedButton("restartService", tr("Restart"), tr("The service loses all sessions, as in a crash"),
@@ -112,6 +113,7 @@ QPushButton* ControlWindow::MakeDeedButton(const QString& objectName, const QStr
 
 void ControlWindow::Connect()
 {
+    connect(new QShortcut(Qt::CTRL + Qt::Key_Q, this), &QShortcut::activated, this, &QWidget::close);
     connect(&m_Device, &Device::StateChanged, this, &ControlWindow::FollowState);
     connect(m_ModesBox, &ModesBox::AddAsked, this, [this](const QString& mode) {
         Perform(Deed::AddMode(mode), tr("The device offers “%1”.").arg(mode),
@@ -149,12 +151,24 @@ void ControlWindow::FollowState()
     (isRunning ? m_StartService : m_StopService)->setEnabled(false);
     m_State->setText(StateText(state));
     SetTone(m_State, isRunning ? "good" : "bad");
-    if (!isThere) {
+    Announce(state);
+    m_LastState = state;
+}
+
+void ControlWindow::Announce(Device::State state)
+{
+    if (state == Device::State::Absent) {
         m_Status->ShowSuccess(tr("This window goes on when kiv-audio-simulator runs on the same bus."));
-    } else if (!m_WasThere) {
+    } else if (m_LastState == Device::State::Absent) {
         m_Status->ShowSuccess(tr("Choose what is to happen at the device."));
+    } else if (state == Device::State::ServiceRunning) {
+        m_Status->ShowSuccess(ServiceIsBack());
     }
-    m_WasThere = isThere;
+}
+
+QString ControlWindow::ServiceIsBack()
+{
+    return tr("The service is back on the bus.");
 }
 
 QString ControlWindow::StateText(Device::State state)

@@ -44,7 +44,9 @@ private:
     void Perform(
         const Deed& deed, const QString& success, const std::function<void()>& then = [] {});
     void FollowState();
+    void Announce(Device::State state);
     static QString StateText(Device::State state);
+    static QString ServiceIsBack();
 
     Device m_Device;
     Audio::Utils::Kiv::Models::AudioModesModel m_Modes;
@@ -54,7 +56,7 @@ private:
     QPushButton* m_StopService = nullptr;
     QPushButton* m_StartService = nullptr;
     StatusLine* const m_Status;
-    bool m_WasThere = false;
+    Device::State m_LastState = Device::State::Absent;
 };
 
 #endif // CONTROLWINDOW_H

@@ -121,6 +121,8 @@ private Q_SLOTS:
     void tabKey_reachesEverythingInOrder();
     void everythingUsable_hasANameForAssistiveTechnology();
 
+    void keyboard_controlQ_closesTheWindow();
+
     void program_help_namesItsOptions();
     void program_badArguments_areErrors_data();
     void program_badArguments_areErrors();
@@ -343,8 +345,8 @@ void tst_ControlWindow::restartService_sessionsAreLost_modesAreThoseOfTheStart()
     m_Desk->Click("restartService");
     QTRY_COMPARE_WITH_TIMEOUT(m_Desk->State(), "○ Service stopped", kPatience);
     QCOMPARE(m_Desk->Names(), QStringList({"Radio", "USB"})); // what was known last
-    m_Desk->Click("startService");                            // does not wait for its return
     QTRY_COMPARE_WITH_TIMEOUT(m_Desk->State(), "● Service running", kPatience);
+    QCOMPARE(m_Desk->Status(), "The service is back on the bus.");
     QTRY_COMPARE_WITH_TIMEOUT(m_Desk->Names(), deviceModes, kPatience);
 }
 
@@ -450,6 +452,13 @@ void tst_ControlWindow::everythingUsable_hasANameForAssistiveTechnology()
     for (const QString& name : m_Desk->Enabled()) {
         QVERIFY2(!m_Desk->findChild<QWidget*>(name)->accessibleName().isEmpty(), qPrintable(name));
     }
+}
+
+void tst_ControlWindow::keyboard_controlQ_closesTheWindow()
+{
+    ShowDesk();
+    QTest::keyClick(m_Desk.get(), Qt::Key_Q, Qt::ControlModifier);
+    QVERIFY(!m_Desk->isVisible());
 }
 
 void tst_ControlWindow::program_help_namesItsOptions()

@@ -68,10 +68,6 @@
         <translation>Der Dienst kehrt auf den Bus zurück</translation>
     </message>
     <message>
-        <source>The service is back on the bus.</source>
-        <translation>Der Dienst ist zurück auf dem Bus.</translation>
-    </message>
-    <message>
         <source>Restart</source>
         <translation>Neustart</translation>
     </message>
@@ -130,6 +126,10 @@
     <message>
         <source>Choose what is to happen at the device.</source>
         <translation>Was soll am Gerät geschehen?</translation>
+    </message>
+    <message>
+        <source>The service is back on the bus.</source>
+        <translation>Der Dienst ist zurück auf dem Bus.</translation>
     </message>
     <message>
         <source>Service running</source>
