@@ -113,7 +113,7 @@ QPushButton* ControlWindow::MakeDeedButton(const QString& objectName, const QStr
 
 void ControlWindow::Connect()
 {
-    connect(new QShortcut(Qt::CTRL + Qt::Key_Q, this), &QShortcut::activated, this, &QWidget::close);
+    connect(new QShortcut(QKeySequence("Ctrl+Q"), this), &QShortcut::activated, this, &QWidget::close);
     connect(&m_Device, &Device::StateChanged, this, &ControlWindow::FollowState);
     connect(m_ModesBox, &ModesBox::AddAsked, this, [this](const QString& mode) {
         Perform(Deed::AddMode(mode), tr("The device offers “%1”.").arg(mode),
