@@ -23,7 +23,8 @@ DEMO = os.environ["KIV_DEMO"]
 PATIENCE = 30  # seconds that anything may take
 MOST_LOOKS = 8
 SIMULATOR = "com.kiv.AudioSimulator"
-SCREEN = "1312x1048"
+WIDTH, HEIGHT = 1312, 1048  # of the screen
+GAP = 16  # between windows
 DESK = "#5b6875"
 CONTROL = "simulator-control"
 NAMES = ("hmi-panel", "media-player", CONTROL)
@@ -108,7 +109,7 @@ class ScreenTest(DemoTest):
     def _start_screen(self):
         reader, writer = os.pipe()
         server = subprocess.Popen([require_tool("Xvfb"), "-displayfd", str(writer), "-nolisten", "tcp", "-noreset",
-                                   "-screen", "0", f"{SCREEN}x24"], pass_fds=[writer], stderr=subprocess.DEVNULL)
+                                   "-screen", "0", f"{WIDTH}x{HEIGHT}x24"], pass_fds=[writer], stderr=subprocess.DEVNULL)
         self.addCleanup(server.wait, PATIENCE)
         self.addCleanup(server.terminate)
         os.close(writer)
@@ -121,6 +122,23 @@ class ScreenTest(DemoTest):
     def window_of(self, program):
         """The window of a program, as soon as it can be seen."""
         return self.xdotool("search", "--sync", "--onlyvisible", "--classname", f"^{re.escape(program)}$").split()[0]
+
+    def size_of(self, window):
+        """Width and height of a window."""
+        geometry = dict(line.split("=") for line in self.xdotool("getwindowgeometry", "--shell", window).split())
+        return int(geometry["WIDTH"]), int(geometry["HEIGHT"])
+
+    def arrange(self, windows):
+        """Puts the first window at the top, and the others beside each other below it, all of them in the middle."""
+        top, *below = windows
+        y = GAP
+        for row in ([top], below):
+            sizes = [self.size_of(window) for window in row]
+            x = (WIDTH - sum(width + GAP for width, _ in sizes) + GAP) // 2
+            for window, (width, _) in zip(row, sizes):
+                self.xdotool("windowmove", "--sync", window, x, y)
+                x += width + GAP
+            y += max(height for _, height in sizes) + GAP
 
     def look_of(self, window):
         """What a window shows, as something that can be compared."""

@@ -10,10 +10,11 @@ import dbus
 
 from demostage import CONTROL, NAMES, PATIENCE, ScreenTest
 
-# Where the windows go, and where in simulator-control the buttons are.
-PLACES = {"hmi-panel": (16, 16), "media-player": (294, 512), CONTROL: (598, 512)}
+# In the windows, from the left and from the top.
+BLUETOOTH = (317, 168)
 BUTTONS = {"startCall": (190, 347), "endCall": (330, 347), "stopService": (172, 387), "startService": (262, 387),
            "restartService": (352, 387)}
+
 
 
 class Story(ScreenTest):
@@ -30,11 +31,13 @@ class Story(ScreenTest):
         self._demo = self.start(*arguments)
         for name in NAMES:
             self._windows[name] = self.window_of(name)
-            self.xdotool("windowmove", "--sync", self._windows[name], *PLACES[name])
+        self.arrange(self._windows.values())
+
+    def click(self, program, place):
+        self.xdotool("mousemove", "--window", self._windows[program], *place, "click", 1)
 
     def press(self, button):
-        x, y = BUTTONS[button]
-        self.xdotool("mousemove", "--window", self._windows[CONTROL], x, y, "click", 1)
+        self.click(CONTROL, BUTTONS[button])
 
     def key(self, program, key):
         self.xdotool("windowfocus", "--sync", self._windows[program], "key", key)
@@ -58,6 +61,8 @@ class Story(ScreenTest):
         self.start_demo("--theme", "night", "--language", "en")
         self.wait_for(1, kind="request", name="registerAudioStream")  # the player
         self.wait_for(2, kind="request", name="getMode")              # the panel, and simulator-control
+        self.click("hmi-panel", BLUETOOTH)
+        self.wait_for(2, kind="call", name="onModeChange")
         self.key("media-player", "space")
         self.wait_for(1, kind="call", name="onRequestAudioFocusResult")
         self.keep_picture("demo-1-playing")
