@@ -86,7 +86,7 @@ QLayout* ControlWindow::MakeServiceRow()
                                    Deed::StopService(), tr("The service has left the bus."));
     m_StartService =
         MakeDeedButton("startService", tr("Start", "service"), tr("The service returns to the bus"),
-                       Deed::StartService(), ServiceIsBack());
+                       Deed::StartService(), ServiceIsThere());
     return MakeRow(
         {m_StopService, m_StartService,
          MakeDeedButton("restartService", tr("Restart"), tr("The service loses all sessions, as in a crash"),
@@ -129,6 +129,7 @@ void ControlWindow::Connect()
 
 void ControlWindow::Perform(const Deed& deed, const QString& success, const std::function<void()>& then)
 {
+    m_HasActed = true;
     m_Device.Do(deed, [this, success, then](const QString& refusal) {
         if (!refusal.isEmpty()) {
             m_Status->ShowFailure(tr("Not done: %1").arg(refusal));
@@ -158,17 +159,18 @@ void ControlWindow::FollowState()
 void ControlWindow::Announce(Device::State state)
 {
     if (state == Device::State::Absent) {
+        m_HasActed = false;
         m_Status->ShowSuccess(tr("This window goes on when kiv-audio-simulator runs on the same bus."));
     } else if (m_LastState == Device::State::Absent) {
         m_Status->ShowSuccess(tr("Choose what is to happen at the device."));
-    } else if (state == Device::State::ServiceRunning) {
-        m_Status->ShowSuccess(ServiceIsBack());
+    } else if (state == Device::State::ServiceRunning && m_HasActed) { // not when it is found at first
+        m_Status->ShowSuccess(ServiceIsThere());
     }
 }
 
-QString ControlWindow::ServiceIsBack()
+QString ControlWindow::ServiceIsThere()
 {
-    return tr("The service is back on the bus.");
+    return tr("The service is on the bus.");
 }
 
 QString ControlWindow::StateText(Device::State state)

@@ -46,7 +46,7 @@ private:
     void FollowState();
     void Announce(Device::State state);
     static QString StateText(Device::State state);
-    static QString ServiceIsBack();
+    static QString ServiceIsThere();
 
     Device m_Device;
     Audio::Utils::Kiv::Models::AudioModesModel m_Modes;
@@ -57,6 +57,7 @@ private:
     QPushButton* m_StartService = nullptr;
     StatusLine* const m_Status;
     Device::State m_LastState = Device::State::Absent;
+    bool m_HasActed = false; // since there is a simulator
 };
 
 #endif // CONTROLWINDOW_H

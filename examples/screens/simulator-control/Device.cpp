@@ -23,8 +23,8 @@ QDBusMessage CallFor(const Deed& deed)
 
 Device::Device(const QDBusConnection& bus)
     : m_Bus(bus),
-      m_Simulator(bus, simulatorName),
-      m_Service(bus, serviceName)
+      m_Service(bus, serviceName),
+      m_Simulator(bus, simulatorName)
 {
     connect(&m_Simulator, &NamePresence::Changed, this, &Device::StateChanged);
     connect(&m_Service, &NamePresence::Changed, this, &Device::StateChanged);

@@ -40,8 +40,9 @@ Q_SIGNALS:
 
 private:
     QDBusConnection m_Bus;
+    NamePresence
+        m_Service; // is asked for first: a simulator that is found is not without a service for a moment
     NamePresence m_Simulator;
-    NamePresence m_Service;
 };
 
 #endif // DEVICE_H

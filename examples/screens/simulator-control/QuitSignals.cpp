@@ -10,12 +10,12 @@
 
 QuitSignals::QuitSignals()
 {
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGINT);
-    sigaddset(&signals, SIGTERM);
-    ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    m_Descriptor = ::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+    sigset_t both;
+    sigemptyset(&both);
+    sigaddset(&both, SIGINT);
+    sigaddset(&both, SIGTERM);
+    ::pthread_sigmask(SIG_BLOCK, &both, nullptr);
+    m_Descriptor = ::signalfd(-1, &both, SFD_CLOEXEC | SFD_NONBLOCK);
 }
 
 QuitSignals::~QuitSignals()

@@ -27,7 +27,7 @@ void Translate(QTranslator& translator, const QString& language)
 
 int main(int argc, char** argv)
 {
-    QuitSignals signals;
+    QuitSignals quitSignals;
     const QApplication application(argc, argv);
     QCoreApplication::setApplicationName("simulator-control");
     QCoreApplication::setApplicationVersion(KIV_EXAMPLE_VERSION);
@@ -42,7 +42,7 @@ int main(int argc, char** argv)
         QTextStream(stdout) << settings.answer;
         return 0;
     }
-    signals.Listen();
+    quitSignals.Listen();
     Apply(settings.theme);
     QTranslator translator;
     Translate(translator, settings.language);

@@ -157,6 +157,7 @@ void tst_ControlWindow::ShowDesk()
     QVERIFY(QTest::qWaitForWindowActive(m_Desk.get()));
     QTRY_COMPARE_WITH_TIMEOUT(m_Desk->Names(), deviceModes, kPatience);
     QTRY_COMPARE_WITH_TIMEOUT(m_Desk->State(), "● Service running", kPatience);
+    QCOMPARE(m_Desk->Status(), "Choose what is to happen at the device.");
     m_LogStart = m_Stage->control.LogEnd();
 }
 
@@ -233,7 +234,7 @@ void tst_ControlWindow::removeMode_lastOne_isRefusedAndStays()
     QTRY_COMPARE_WITH_TIMEOUT(m_Desk->Status(), "Not done: " + refusal, kPatience);
     QCOMPARE(NewSteps().last(), "step removeMode impossible: " + refusal);
     QCOMPARE(m_Desk->Names(), QStringList{"Radio"});
-    QVERIFY(Keep(m_Desk->grab().toImage(), "control-refused"));
+    QVERIFY(Keep(m_Desk->grab().toImage(), "control-last-mode"));
 }
 
 void tst_ControlWindow::pressMode_byEnter_isCurrent()
@@ -282,7 +283,7 @@ void tst_ControlWindow::deed_data()
     QTest::newRow("stop") << QStringList{"stopService"} << "The service has left the bus."
                           << QStringList{"service left", "step leave"};
     QTest::newRow("stop and start") << QStringList{"stopService", "startService"}
-                                    << "The service is back on the bus."
+                                    << "The service is on the bus."
                                     << QStringList{"service left", "step leave", "service came",
                                                    "step return"};
     QTest::newRow("restart") << QStringList{"restartService"}
@@ -346,7 +347,7 @@ void tst_ControlWindow::restartService_sessionsAreLost_modesAreThoseOfTheStart()
     QTRY_COMPARE_WITH_TIMEOUT(m_Desk->State(), "○ Service stopped", kPatience);
     QCOMPARE(m_Desk->Names(), QStringList({"Radio", "USB"})); // what was known last
     QTRY_COMPARE_WITH_TIMEOUT(m_Desk->State(), "● Service running", kPatience);
-    QCOMPARE(m_Desk->Status(), "The service is back on the bus.");
+    QCOMPARE(m_Desk->Status(), "The service is on the bus.");
     QTRY_COMPARE_WITH_TIMEOUT(m_Desk->Names(), deviceModes, kPatience);
 }
 
@@ -415,9 +416,10 @@ void tst_ControlWindow::texts_haveRoomAndContrast()
     QTRY_VERIFY_WITH_TIMEOUT(m_Desk->State().startsWith("●"), kPatience);
     QCOMPARE(m_Desk->size(), QSize(420, 520)); // as it was designed; larger where texts need it
     m_Desk->Select("Bluetooth");
+    QVERIFY(Keep(m_Desk->grab().toImage(), "control-" + QString(QTest::currentDataTag())));
     m_Desk->Click("endCall"); // a refusal, which is long
     QTRY_VERIFY_WITH_TIMEOUT(m_Desk->Status().endsWith("phone\""), kPatience);
-    QVERIFY(Keep(m_Desk->grab().toImage(), "control-" + QString(QTest::currentDataTag())));
+    QVERIFY(Keep(m_Desk->grab().toImage(), "control-refused-" + QString(QTest::currentDataTag())));
     const QList<QWidget*> widgets = TextWidgets(m_Desk.get());
     QCOMPARE(widgets.size(), 18);
     for (QWidget* const widget : widgets) {

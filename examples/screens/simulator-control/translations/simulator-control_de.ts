@@ -128,8 +128,8 @@
         <translation>Was soll am Gerät geschehen?</translation>
     </message>
     <message>
-        <source>The service is back on the bus.</source>
-        <translation>Der Dienst ist zurück auf dem Bus.</translation>
+        <source>The service is on the bus.</source>
+        <translation>Der Dienst ist auf dem Bus.</translation>
     </message>
     <message>
         <source>Service running</source>
