@@ -16,6 +16,7 @@ screens_build_packages=(qtdeclarative5-dev qtdeclarative5-dev-tools qtmultimedia
     qttools5-dev qttools5-dev-tools)
 screens_packages=("${qml_packages[@]}" "${screens_build_packages[@]}" fonts-dejavu-core libqt5multimedia5-plugins
     qml-module-qtquick-controls2 qml-module-qtquick-layouts qml-module-qtquick-templates2)
+screens_test_packages=("${screens_packages[@]}" imagemagick mandoc python3-dbus x11-xserver-utils xdotool xvfb)
 qt6_packages=(qmake6 qml6-module-qtqml qml6-module-qtqml-models qml6-module-qtqml-workerscript qml6-module-qtquick
     qml6-module-qtquick-window qml6-module-qttest qmlscene-qt6 qt6-base-dev qt6-base-dev-tools qt6-declarative-dev)
 benchmark_packages=("${demo_packages[@]}" binutils libbenchmark-dev libglib2.0-dev libsdbus-c++-dev libsystemd-dev

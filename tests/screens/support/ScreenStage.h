@@ -30,6 +30,9 @@ public:
     /** Ends the service without a word. */
     void KillService() { m_Simulator.reset(); }
 
+    /** Sends the service's process a signal, such as SIGSTOP. */
+    void SignalService(int number) { m_Simulator->Signal(number); }
+
     bool IsServiceRunning() const { return m_Simulator && m_Simulator->IsRunning(); }
 
     SimulatorControl control;

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+// A small window that plays the device beside a demo: it steers kiv-audio-simulator.
+#include "ControlWindow.h"
+#include "QuitSignals.h"
+#include "Settings.h"
+#include "Theme.h"
+
+#include <QApplication>
+#include <QDBusConnection>
+#include <QLoggingCategory>
+#include <QTextStream>
+#include <QTimer>
+#include <QTranslator>
+
+namespace {
+
+constexpr int usageError = 2;
+
+void Translate(QTranslator& translator, const QString& language)
+{
+    if (translator.load(":/simulator-control/simulator-control_" + language)) {
+        QCoreApplication::installTranslator(&translator);
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QuitSignals quitSignals;
+    const QApplication application(argc, argv);
+    QCoreApplication::setApplicationName("simulator-control");
+    QCoreApplication::setApplicationVersion(KIV_EXAMPLE_VERSION);
+    Q_INIT_RESOURCE(simulator_control);
+
+    const Settings settings = Settings::Read(QCoreApplication::arguments());
+    if (!settings.error.isEmpty()) {
+        QTextStream(stderr) << "simulator-control: " << settings.error << Qt::endl;
+        return usageError;
+    }
+    if (!settings.answer.isEmpty()) {
+        QTextStream(stdout) << settings.answer;
+        return 0;
+    }
+    quitSignals.Listen();
+    Apply(settings.theme);
+    QTranslator translator;
+    Translate(translator, settings.language);
+    // QT_LOGGING_RULES=default.debug=true shows the library's debug records.
+    QLoggingCategory::setFilterRules("default.debug=false");
+    QDBusConnection::systemBus(); // a turn of the loop before the models: else Qt does not notice a lost bus
+    ControlWindow window;
+    window.show();
+    QTimer::singleShot(0, &window, [&window] { window.Start(); });
+    return QApplication::exec();
+}
