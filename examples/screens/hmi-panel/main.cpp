@@ -47,7 +47,8 @@ int main(int argc, char** argv)
         return kWrongUsage;
     }
     if (options.isHelp || options.isVersion) {
-        QTextStream(stdout) << (options.isHelp ? PanelOptions::Help() : QStringLiteral("hmi-panel 1.0.0\n"));
+        QTextStream(stdout) << (options.isHelp ? PanelOptions::Help()
+                                               : QStringLiteral("hmi-panel " KIV_EXAMPLE_VERSION "\n"));
         return 0;
     }
     return Run(argc, argv, options);

@@ -21,7 +21,7 @@ int main(int argc, char** argv)
     QApplication application(argc, argv);
     Q_INIT_RESOURCE(player); // it is in a library
     QCoreApplication::setApplicationName("media-player");
-    QCoreApplication::setApplicationVersion("1.0");
+    QCoreApplication::setApplicationVersion(KIV_EXAMPLE_VERSION);
     QString error;
     const std::optional<Options> options = ReadOptions(QCoreApplication::arguments(), error);
     if (!options) {

@@ -171,7 +171,7 @@ void tst_PanelProgram::version_isPrinted()
 {
     Panel panel({"--version"}, {{"QT_QPA_PLATFORM", "none"}});
     QCOMPARE(panel.WaitForExit(), 0);
-    QCOMPARE(panel.Output(), "hmi-panel 1.0.0\n");
+    QCOMPARE(panel.Output(), "hmi-panel " KIV_EXAMPLE_VERSION "\n");
 }
 
 int main(int argc, char** argv)

@@ -410,7 +410,7 @@ void tst_PlayerFaults::program_help_namesEveryOption()
     }
     PlayerProcess version({"--version"});
     QCOMPARE(version.Exit(), 0);
-    QCOMPARE(version.Output(), "media-player 1.0\n");
+    QCOMPARE(version.Output(), "media-player " KIV_EXAMPLE_VERSION "\n");
 }
 
 int main(int argc, char** argv)
