@@ -167,24 +167,25 @@ class Demo:
 
     def __init__(self, test, arguments):
         self._test = test
-        self._errors = tempfile.TemporaryFile("w+")
+        # Files, which can be read while something is left that could still write to them.
+        self._output, self._errors = tempfile.TemporaryFile("w+"), tempfile.TemporaryFile("w+")
         self._process = subprocess.Popen([test.launcher, *arguments], env=test.environment, stdin=subprocess.DEVNULL,
-                                         stdout=subprocess.PIPE, stderr=self._errors, text=True)
+                                         stdout=self._output, stderr=self._errors, text=True)
         self._bus = None
 
     def end(self):
-        """Ends it, and all that it may have left."""
-        if self.is_running():
-            self._process.terminate()
-            self.result()
+        """Kills it if it still runs, and all that it may have left."""
         for process in processes_with(self._test.mark):
             os.kill(process, signal.SIGKILL)
-        self._process.stdout.close()
+        self._process.wait(PATIENCE)
+        self._output.close()
         self._errors.close()
 
     def result(self):
         """Waits for the end: exit code, what was printed, and the complaints of kiv-audio-demo and the simulator."""
-        return self._process.wait(PATIENCE), self._process.stdout.read(), self.complaints()
+        code = self._process.wait(PATIENCE)
+        self._output.seek(0)
+        return code, self._output.read(), self.complaints()
 
     def complaints(self):
         """What kiv-audio-demo and the simulator have complained about so far."""
