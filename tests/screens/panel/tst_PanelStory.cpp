@@ -40,7 +40,7 @@ private Q_SLOTS:
     void story();
     void escape_cancelsWhatWaits();
     void modeThatWaits_isSwitchedOnWhenItIsOffered();
-    void longPressOnATile_showsTheWholeName();
+    void longPressOnATile_showsAWholeNameOrChooses();
 
 private:
     void BeforeTheService();
@@ -228,12 +228,12 @@ void tst_PanelStory::modeThatWaits_isSwitchedOnWhenItIsOffered()
     QVERIFY(m_Stage->Item("messageBar") == nullptr);
 }
 
-void tst_PanelStory::longPressOnATile_showsTheWholeName()
+void tst_PanelStory::longPressOnATile_showsAWholeNameOrChooses()
 {
     const QString name = "A very long name of a mode that has no place on any tile of the panel at all";
-    m_Stage = std::make_unique<PanelStage>(Asking({}), QStringList{"--modes", "Radio," + name});
+    m_Stage = std::make_unique<PanelStage>(Asking({}), QStringList{"--modes", "Radio,USB," + name});
     m_Stage->service.StartService();
-    QTRY_COMPARE_WITH_TIMEOUT(m_Stage->Tiles().size(), 2, kPatience);
+    QTRY_COMPARE_WITH_TIMEOUT(m_Stage->Tiles().size(), 3, kPatience);
     QVERIFY(m_Stage->Settle());
     const QPoint place = PanelStage::Centre(m_Stage->Tile(name));
     QTest::mousePress(m_Stage->Window(), Qt::LeftButton, {}, place);
@@ -242,6 +242,11 @@ void tst_PanelStory::longPressOnATile_showsTheWholeName()
     QVERIFY(Keep(m_Stage->Grab(), "panel-9-whole-name-" + AllViews().constFirst().Name()));
     QTest::mouseRelease(m_Stage->Window(), Qt::LeftButton, {}, place);
     QCOMPARE(m_Stage->service.control.CallCount("setMode"), 0u); // it was to read the name, not to choose it
+    QTest::mousePress(m_Stage->Window(), Qt::LeftButton, {}, PanelStage::Centre(m_Stage->Tile("USB")));
+    QTRY_COMPARE(m_Stage->Text("currentMode"), "USB"); // there is nothing more to read
+    QTest::mouseRelease(m_Stage->Window(), Qt::LeftButton, {}, PanelStage::Centre(m_Stage->Tile("USB")));
+    QTRY_VERIFY(!m_Stage->Model("modes")->property("busy").toBool());
+    QCOMPARE(m_Stage->service.control.CallCount("setMode"), 1u);
 }
 
 KIV_PANEL_TEST_MAIN(tst_PanelStory, "")

@@ -48,7 +48,13 @@ GridView {
             pending: cell.pending && name !== ""
             enabled: !cell.removed && name !== ""
             onClicked: root.chosen(name)
-            onPressAndHold: tip.showAt(this, name)
+            onPressAndHold: {
+                if (elided) {
+                    tip.showAt(this, name)
+                } else {
+                    root.chosen(name)
+                }
+            }
         }
         // The view's own transition would keep the tile in its place when the window changes meanwhile.
         NumberAnimation {

@@ -49,7 +49,6 @@ QtObject {
 
     readonly property int quick: 150
     readonly property int calm: 600
-    readonly property int tipDelay: 600
     readonly property int tipTime: 6000
     readonly property int noticeTime: 10000
 }
