@@ -4,8 +4,8 @@
 #include "Options.h"
 #include "Player.h"
 #include "PlayerWindow.h"
+#include "QuitSignals.h"
 #include "Setup.h"
-#include "TerminationSignal.h"
 
 #include <QApplication>
 #include <QDBusConnection>
@@ -15,19 +15,34 @@
 
 using Audio::Utils::Kiv::Models::AudioStream;
 
-int main(int argc, char** argv)
+namespace {
+
+/** Needs no screen, so that help and complaints are seen everywhere. */
+std::optional<Options> OptionsOf(int argc, char** argv)
 {
-    TerminationSignal::Block();
-    QApplication application(argc, argv);
-    Q_INIT_RESOURCE(player); // it is in a library
-    QCoreApplication::setApplicationName("media-player");
-    QCoreApplication::setApplicationVersion(KIV_EXAMPLE_VERSION);
+    const QCoreApplication withoutScreen(argc, argv);
     QString error;
-    const std::optional<Options> options = ReadOptions(QCoreApplication::arguments(), error);
+    std::optional<Options> options = ReadOptions(QCoreApplication::arguments(), error);
     if (!options) {
         QTextStream(stderr) << "media-player: " << error << "\nTry media-player --help" << Qt::endl;
+    }
+    return options;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication::setApplicationName("media-player");
+    QCoreApplication::setApplicationVersion(KIV_EXAMPLE_VERSION);
+    const std::optional<Options> options = OptionsOf(argc, argv);
+    if (!options) {
         return 2;
     }
+    QuitSignals::Block();
+    const QApplication application(argc, argv);
+    const QuitSignals quitSignals;
+    Q_INIT_RESOURCE(player); // it is in a library
     // QT_LOGGING_RULES=default.debug=true shows the library's debug records.
     QLoggingCategory::setFilterRules("default.debug=false");
     UseLanguage(options->language);
@@ -39,8 +54,6 @@ int main(int argc, char** argv)
     DeviceOutputs outputs;
     Player player(stream, outputs);
     PlayerWindow window(player);
-    const TerminationSignal termination;
-    QObject::connect(&termination, &TerminationSignal::Received, &application, &QCoreApplication::quit);
     if (!options->file.isEmpty()) {
         player.Open(options->file);
     }

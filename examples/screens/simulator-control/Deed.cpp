@@ -3,7 +3,7 @@
 
 namespace {
 
-const QString phone = QStringLiteral("phone");
+const QString phone = QStringLiteral("Phone");
 
 // Modes are the same at all destinations here.
 QVariantList Everywhere(const QString& mode)

@@ -16,6 +16,13 @@ namespace {
 
 constexpr int usageError = 2;
 
+// Needs no screen, so that help and complaints are seen everywhere.
+Settings SettingsOf(int argc, char** argv)
+{
+    const QCoreApplication withoutScreen(argc, argv);
+    return Settings::Read(QCoreApplication::arguments());
+}
+
 void Translate(QTranslator& translator, const QString& language)
 {
     if (translator.load(":/simulator-control/simulator-control_" + language)) {
@@ -27,13 +34,9 @@ void Translate(QTranslator& translator, const QString& language)
 
 int main(int argc, char** argv)
 {
-    QuitSignals quitSignals;
-    const QApplication application(argc, argv);
     QCoreApplication::setApplicationName("simulator-control");
     QCoreApplication::setApplicationVersion(KIV_EXAMPLE_VERSION);
-    Q_INIT_RESOURCE(simulator_control);
-
-    const Settings settings = Settings::Read(QCoreApplication::arguments());
+    const Settings settings = SettingsOf(argc, argv);
     if (!settings.error.isEmpty()) {
         QTextStream(stderr) << "simulator-control: " << settings.error << Qt::endl;
         return usageError;
@@ -42,7 +45,10 @@ int main(int argc, char** argv)
         QTextStream(stdout) << settings.answer;
         return 0;
     }
-    quitSignals.Listen();
+    QuitSignals::Block();
+    const QApplication application(argc, argv);
+    const QuitSignals quitSignals;
+    Q_INIT_RESOURCE(simulator_control);
     Apply(settings.theme);
     QTranslator translator;
     Translate(translator, settings.language);

@@ -89,6 +89,14 @@ public:
     }
 };
 
+/** An environment in which no program can show a window. */
+QProcessEnvironment WithoutScreen()
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("QT_QPA_PLATFORM", "none");
+    return environment;
+}
+
 } // namespace
 
 class tst_ControlWindow : public QObject
@@ -271,15 +279,15 @@ void tst_ControlWindow::deed_data()
     QTest::newRow("a call") << QStringList{"startCall"} << "A phone call has the audio focus."
                             << QStringList{"step startStream"};
     QTest::newRow("a second call")
-        << QStringList{"startCall", "startCall"} << R"(Not done: the device has a stream "phone" already)"
+        << QStringList{"startCall", "startCall"} << R"(Not done: the device has a stream "Phone" already)"
         << QStringList{"step startStream",
-                       R"(step startStream impossible: the device has a stream "phone" already)"};
+                       R"(step startStream impossible: the device has a stream "Phone" already)"};
     QTest::newRow("end of a call") << QStringList{"startCall", "endCall"} << "The phone call is over."
                                    << QStringList{"step startStream", "step stopStream"};
     QTest::newRow("end of no call") << QStringList{"endCall"}
-                                    << R"(Not done: the device has no stream "phone")"
+                                    << R"(Not done: the device has no stream "Phone")"
                                     << QStringList{
-                                           R"(step stopStream impossible: the device has no stream "phone")"};
+                                           R"(step stopStream impossible: the device has no stream "Phone")"};
     QTest::newRow("stop") << QStringList{"stopService"} << "The service has left the bus."
                           << QStringList{"service left", "step leave"};
     QTest::newRow("stop and start") << QStringList{"stopService", "startService"}
@@ -418,7 +426,7 @@ void tst_ControlWindow::texts_haveRoomAndContrast()
     m_Desk->Select("Bluetooth");
     QVERIFY(Keep(m_Desk->grab().toImage(), "control-" + QString(QTest::currentDataTag())));
     m_Desk->Click("endCall"); // a refusal, which is long
-    QTRY_VERIFY_WITH_TIMEOUT(m_Desk->Status().endsWith("phone\""), kPatience);
+    QTRY_VERIFY_WITH_TIMEOUT(m_Desk->Status().endsWith("Phone\""), kPatience);
     QVERIFY(Keep(m_Desk->grab().toImage(), "control-refused-" + QString(QTest::currentDataTag())));
     const QList<QWidget*> widgets = TextWidgets(m_Desk.get());
     QCOMPARE(widgets.size(), 18);
@@ -466,6 +474,7 @@ void tst_ControlWindow::keyboard_controlQ_closesTheWindow()
 void tst_ControlWindow::program_help_namesItsOptions()
 {
     QProcess program;
+    program.setProcessEnvironment(WithoutScreen());
     program.start(KIV_CONTROL_PROGRAM, {"--help"});
     QVERIFY(program.waitForFinished(kPatience));
     QCOMPARE(program.exitCode(), 0);
@@ -498,6 +507,7 @@ void tst_ControlWindow::program_badArguments_areErrors()
 {
     QFETCH(const QStringList, arguments);
     QProcess program;
+    program.setProcessEnvironment(WithoutScreen());
     program.start(KIV_CONTROL_PROGRAM, arguments);
     QVERIFY(program.waitForFinished(kPatience));
     QTEST(program.readAllStandardError(), "error");

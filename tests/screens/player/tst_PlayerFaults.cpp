@@ -95,9 +95,11 @@ QString Loaded(PlaybackOutput& output)
 class PlayerProcess
 {
 public:
-    explicit PlayerProcess(const QStringList& arguments)
+    /** @param platform where it shows its window; "none" is no place. */
+    explicit PlayerProcess(const QStringList& arguments, const QString& platform = "offscreen")
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("QT_QPA_PLATFORM", platform);
         environment.insert("XDG_RUNTIME_DIR",
                            m_Runtime.path()); // Qt complains about one that others may read
         m_Process.setProcessEnvironment(environment);
@@ -392,7 +394,7 @@ void tst_PlayerFaults::program_wrongArguments()
 {
     QFETCH(QStringList, arguments);
     QFETCH(QString, complaint);
-    PlayerProcess program(arguments);
+    PlayerProcess program(arguments, "none"); // it needs no screen to complain
     QCOMPARE(program.Exit(), 2);
     QCOMPARE(program.Errors(), "media-player: " + complaint + "\nTry media-player --help\n");
     QCOMPARE(program.Output(), "");
@@ -400,7 +402,7 @@ void tst_PlayerFaults::program_wrongArguments()
 
 void tst_PlayerFaults::program_help_namesEveryOption()
 {
-    PlayerProcess help({"--help"});
+    PlayerProcess help({"--help"}, "none");
     QCOMPARE(help.Exit(), 0);
     const QString text = help.Output();
     for (const char* const option :
@@ -408,7 +410,7 @@ void tst_PlayerFaults::program_help_namesEveryOption()
           "--theme <THEME>", "--help", "--version", "[FILE]"}) {
         QVERIFY2(text.contains(option), option);
     }
-    PlayerProcess version({"--version"});
+    PlayerProcess version({"--version"}, "none");
     QCOMPARE(version.Exit(), 0);
     QCOMPARE(version.Output(), "media-player " KIV_EXAMPLE_VERSION "\n");
 }

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#ifndef HMI_PANEL_QUITSIGNALS_H
-#define HMI_PANEL_QUITSIGNALS_H
+#ifndef KIV_SCREENS_QUITSIGNALS_H
+#define KIV_SCREENS_QUITSIGNALS_H
 
 #include <QObject>
 
-/** Ends the event loop at SIGTERM or SIGINT, so that everything is closed properly. */
+/** Ends the event loop at SIGTERM or SIGINT, so that everything is closed properly: exit code 0. */
 class QuitSignals : public QObject
 {
 public:
@@ -19,4 +19,4 @@ private:
     const int m_Descriptor;
 };
 
-#endif // HMI_PANEL_QUITSIGNALS_H
+#endif // KIV_SCREENS_QUITSIGNALS_H
