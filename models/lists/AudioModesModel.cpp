@@ -10,6 +10,16 @@
 
 namespace Audio::Utils::Kiv::Models {
 
+namespace {
+
+/** Whether a row is the mode that is meant; without a mode, none is, not even one without a name. */
+bool Is(const QString& name, const QString& mode)
+{
+    return !mode.isEmpty() && name == mode;
+}
+
+} // namespace
+
 struct AudioModesModel::Data
 {
     QStringList rows;
@@ -80,9 +90,9 @@ QVariant AudioModesModel::data(const QModelIndex& index, int role) const
     case NameRole:
         return name;
     case ActiveRole:
-        return name == m_Data->currentMode;
+        return Is(name, m_Data->currentMode);
     case PendingRole:
-        return name == m_Data->pendingMode;
+        return Is(name, m_Data->pendingMode);
     default:
         return {};
     }
@@ -132,7 +142,7 @@ bool AudioModesModel::setMode(QString Data::*mode, const QString& value, Role ro
     }
     for (int row = 0; !self.isNull() && row < size(); ++row) {
         const QString name = m_Data->rows.at(row);
-        if (name == old || name == value) {
+        if (Is(name, old) || Is(name, value)) {
             Q_EMIT dataChanged(index(row), index(row), {role});
         }
     }

@@ -58,6 +58,7 @@ private Q_SLOTS:
     void modeAdded_isOneInsert();
     void modeRemoved_isOneRemove();
     void modeListedTwice_hasTwoRows();
+    void modeWithoutAName_isNeitherCurrentNorPending();
     void modeChanged_changesTwoRowsAndNothingElse();
     void sameModeAgain_tellsNothing();
     void requestMode_listed_isPendingUntilAnswered();
@@ -183,6 +184,18 @@ void tst_AudioModesModel::modeListedTwice_hasTwoRows()
     stage.service->Remove("Radio"); // the client removes the first
     KIV_TRY_JOURNAL(stage.hmi.journal, (QStringList{"-0..0", "count=3"}));
     QCOMPARE(stage.hmi.Names(), (QStringList{"Tape", "Radio", "Tape"}));
+}
+
+void tst_AudioModesModel::modeWithoutAName_isNeitherCurrentNorPending()
+{
+    Stage stage({"Radio", ""});
+    QCOMPARE(stage.hmi.journal.Column(AudioModesModel::PendingRole), (QVariantList{false, false}));
+    QVERIFY(stage.hmi.model.requestMode("Tape")); // waits to be offered
+    QVERIFY(stage.hmi.model.cancelPending());
+    QCOMPARE(stage.hmi.journal.Take(), (QStringList{"pendingMode=Tape", "pendingMode="}));
+    stage.service->Switch("");
+    KIV_TRY_JOURNAL(stage.hmi.journal, (QStringList{"currentMode=", "0: active"}));
+    QCOMPARE(stage.hmi.journal.Column(AudioModesModel::ActiveRole), (QVariantList{false, false}));
 }
 
 void tst_AudioModesModel::modeChanged_changesTwoRowsAndNothingElse()

@@ -186,9 +186,31 @@ private:
         return most.key();
     }
 
+    /** What is left of a place where no list fades out. */
+    QRectF Unfaded(QRectF place) const
+    {
+        for (const QQuickItem* const item : m_Items) {
+            const QRectF fade = item->mapRectToScene(item->boundingRect());
+            if (item->objectName() != QLatin1String("edgeFade") || !item->isVisible() ||
+                !fade.intersects(place)) {
+                continue;
+            }
+            if (fade.top() <= place.top()) {
+                place.setTop(std::min(fade.bottom(), place.bottom()));
+            } else {
+                place.setBottom(fade.top());
+            }
+        }
+        return place;
+    }
+
     void CheckContrast(const QQuickItem* text, const QRectF& visible)
     {
-        const QRect part = visible.toAlignedRect() & m_Picture.rect();
+        const QRectF unfaded = Unfaded(visible);
+        if (unfaded.isEmpty()) {
+            return; // about to leave
+        }
+        const QRect part = unfaded.toAlignedRect() & m_Picture.rect();
         const double ink = Luminance(text->property("color").value<QColor>().rgb());
         const double paper = Luminance(Background(part));
         const double contrast = (std::max(ink, paper) + 0.05) / (std::min(ink, paper) + 0.05);

@@ -80,6 +80,20 @@ inline void AppendShown(QQuickItem* root, QList<QQuickItem*>& items)
     }
 }
 
+/** Whether something below an item comes or goes, also what a list has given up already. */
+inline bool HasFading(const QQuickItem* root)
+{
+    if (root->inherits("QQuickScrollIndicator") || root->inherits("QQuickScrollBar")) {
+        return false;
+    }
+    const QList<QQuickItem*> items = root->childItems();
+    return std::any_of(items.cbegin(), items.cend(), [](const QQuickItem* item) {
+        const bool isFading = item->opacity() > 0 && item->opacity() < 1;
+        return item->isVisible() &&
+               ((isFading && item->objectName() != QLatin1String("waitingDot")) || HasFading(item));
+    });
+}
+
 /** The panel in this process, beside the simulator. Input goes to it as events of its window. */
 class PanelStage
 {
@@ -240,15 +254,7 @@ public:
 
 private:
     /** Whether something comes or goes; not the dots, and not what shows how far a list is scrolled. */
-    bool IsFading() const
-    {
-        const QList<QQuickItem*> items = Items();
-        return std::any_of(items.cbegin(), items.cend(), [](const QQuickItem* item) {
-            return item->opacity() < 1 && item->objectName() != QLatin1String("waitingDot") &&
-                   !item->parentItem()->inherits("QQuickScrollIndicator") &&
-                   !item->parentItem()->inherits("QQuickScrollBar");
-        });
-    }
+    bool IsFading() const { return HasFading(Window()->contentItem()); }
 
     QString Geometry() const
     {

@@ -49,6 +49,11 @@ Rectangle {
             width: ListView.view.width
         }
     }
+    EdgeFade {
+        anchors.fill: list
+        view: list
+        base: root.color
+    }
     Placeholder {
         anchors {
             left: parent.left

@@ -13,7 +13,6 @@ GridView {
     objectName: "modeGrid"
     activeFocusOnTab: true
     clip: true
-    reuseItems: true
     boundsBehavior: Flickable.StopAtBounds
     cellWidth: Math.floor(width / Math.max(2, Math.floor(width / (Theme.tileWidth + Theme.gap))))
     cellHeight: Theme.tileHeight + Theme.gap
@@ -28,24 +27,19 @@ GridView {
         required property string name
         required property bool active
         required property bool pending
-        readonly property bool removed: index < 0 // the item may come back for another mode, without any other sign
+        readonly property bool removed: index < 0 // it fades out, and can no longer be chosen
 
         width: root.cellWidth
         height: root.cellHeight
         Component.onCompleted: fadeIn.start()
-        onRemovedChanged: {
-            if (!removed) {
-                fadeIn.restart()
-            }
-        }
 
         ModeTile {
             anchors { fill: parent; margins: Theme.halfGap }
             focus: true
             index: cell.index
             name: cell.name
-            active: cell.active && name !== "" // no mode is on: not the one without a name
-            pending: cell.pending && name !== ""
+            active: cell.active
+            pending: cell.pending
             enabled: !cell.removed && name !== ""
             onClicked: root.chosen(name)
             onPressAndHold: {
@@ -67,6 +61,7 @@ GridView {
         }
     }
 
+    // Not together with reuseItems: Qt 5.15 would leave some of the tiles where they are, half faded.
     remove: Transition { NumberAnimation { property: "opacity"; to: 0; duration: Theme.quick } }
 
     NameTip { id: tip }

@@ -31,12 +31,18 @@ ColumnLayout {
         Layout.fillHeight: true
 
         ModeGrid {
+            id: grid
             anchors { fill: parent; leftMargin: -Theme.halfGap; rightMargin: -Theme.halfGap }
             model: root.modes
             visible: count > 0
             enabled: root.modes.available
             focus: true
             onChosen: name => root.request.ask(name)
+        }
+        EdgeFade {
+            anchors.fill: grid
+            view: grid
+            base: Theme.background
         }
         Placeholder {
             anchors.centerIn: parent
