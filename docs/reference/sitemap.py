@@ -57,6 +57,11 @@ def is_header(path):
     return os.path.dirname(path) in (*HEADERS, "testing") and path.endswith(".h")
 
 
+def is_picture(path):
+    """Whether Doxygen puts the file into the pages that show it."""
+    return path.endswith(".png")
+
+
 def target_of(page, link):
     """The file to which a relative link of a page leads."""
     return os.path.relpath(os.path.normpath(os.path.join(ROOT, os.path.dirname(page), link)), ROOT)
@@ -78,7 +83,8 @@ def kinds(text):
 
 
 def linked_files():
-    """The files and folders that are neither page nor header, to which pages link."""
+    """The files and folders that are neither page, header nor picture, to which pages link."""
     targets = {target_of(page, link) for page in pages() for line, kind in kinds(read(page)) if kind == "text"
                for link, _ in LINK.findall(CODE.sub("", line)) if link}
-    return sorted(target for target in targets if target not in pages() and not is_header(target))
+    return sorted(target for target in targets
+                  if target not in pages() and not is_header(target) and not is_picture(target))

@@ -9,8 +9,8 @@ import unittest
 
 CTEST, BUILD, *PAGES = sys.argv[1:]
 # `label.program`, then its functions, up to the next program or the end of the cell; "…" stands for the rest of a name.
-NAMED = re.compile(r"`((?:bus|faults|fuzz|models|policy|properties|qml|unit)\.[\w-]+)`(?:: ([^|`]*))?")
-OPTIONAL = ("models", "qml")  # the labels of what a build can be without
+NAMED = re.compile(r"`((?:bus|faults|fuzz|models|policy|properties|qml|screens|unit)\.[\w-]+)`(?:: ([^|`]*))?")
+OPTIONAL = ("models", "qml", "screens")  # the labels of what a build can be without
 FUNCTION = re.compile(r"\b[a-z]+(?:[A-Z_]\w*…?|_…)")
 
 
