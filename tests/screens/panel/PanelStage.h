@@ -215,20 +215,20 @@ public:
         return item == nullptr ? QString() : item->objectName();
     }
 
-    /** Waits until nothing moves or fades any more, but for the dots of what waits. */
+    /** Waits until all is painted, and nothing moves or fades any more, but for the dots of what waits. */
     bool Settle()
     {
         QString last;
         int same = 0;
         const auto look = [&] {
-            const QString now = Geometry();
+            const QString now = Look();
             same = now == last && !IsFading() ? same + 1 : 0;
             last = now;
             Window()->update();
         };
         const auto connection = QObject::connect(Window(), &QQuickWindow::frameSwapped, look);
         Window()->update();
-        const bool isSettled = QTest::qWaitFor([&] { return same > 1; }, kPatience); // frames
+        const bool isSettled = QTest::qWaitFor([&] { return same > 1 && Look() == last; }, kPatience);
         QObject::disconnect(connection);
         return isSettled;
     }
@@ -254,20 +254,30 @@ public:
 
 private:
     /** Whether something comes or goes; not the dots, and not what shows how far a list is scrolled. */
-    bool IsFading() const { return HasFading(Window()->contentItem()); }
+    bool IsFading() const
+    {
+        const QList<QQuickItem*> items = Items();
+        const bool isComing = std::any_of(items.cbegin(), items.cend(), [](const QQuickItem* item) {
+            return item->opacity() == 0 && !item->parentItem()->inherits("QQuickScrollIndicator") &&
+                   !item->parentItem()->inherits("QQuickScrollBar");
+        });
+        return isComing || HasFading(Window()->contentItem());
+    }
 
-    QString Geometry() const
+    /** Where everything is, and in which colour. */
+    QString Look() const
     {
         QString text;
         for (const QQuickItem* const item : Items()) {
             const QPointF place = item->mapToScene({});
             const bool isDot = item->objectName() == "waitingDot";
-            text += QStringLiteral("%1 %2 %3 %4 %5\n")
+            text += QStringLiteral("%1 %2 %3 %4 %5 %6\n")
                         .arg(place.x())
                         .arg(place.y())
                         .arg(item->width())
                         .arg(item->height())
-                        .arg(isDot ? 0 : item->opacity());
+                        .arg(isDot ? 0 : item->opacity())
+                        .arg(item->property("color").toString());
         }
         return text;
     }
