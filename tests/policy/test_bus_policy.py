@@ -178,8 +178,8 @@ class RealProgramsTest(systembus.SystemBusTest):
 
     def test_secondService_ofAnyOtherAccount_doesNotStart(self):
         for who in ("player", "intruder", "root"):
-            code, output, _ = self.run_to_end(who, "KIV_SIMULATOR")
-            self.assertEqual((code, output), (4, ""), who)
+            code, output, errors = self.run_to_end(who, "KIV_SIMULATOR")
+            self.assertEqual((code, output), (4, ""), f"{who}: {errors}")
 
 
 if __name__ == "__main__":

@@ -28,7 +28,15 @@ int Fail(ExitCode code, const QString& text)
     return code;
 }
 
-int RunUntilEnd(const Options& options, const QDBusConnection& connection, EventLog& log)
+// Without Qt's orderly end, in which its D-Bus thread was seen to get stuck, and to leave messages; the bus notices all
+// the same.
+[[noreturn]] void End(int code)
+{
+    std::fflush(nullptr);
+    std::_Exit(code);
+}
+
+[[noreturn]] void RunUntilEnd(const Options& options, const QDBusConnection& connection, EventLog& log)
 {
     std::signal(SIGPIPE, SIG_IGN); // who reads the log may leave; the service stays
     const Tools::TerminationSignal termination;
@@ -40,17 +48,14 @@ int RunUntilEnd(const Options& options, const QDBusConnection& connection, Event
     QObject::connect(&control, &ControlObject::Disconnected, &service,
                      [] { QCoreApplication::exit(Fail(ExitNoBus, QStringLiteral("the bus has gone"))); });
     if (!control.Start()) {
-        return Fail(ExitNameTaken, QStringLiteral("the simulator's bus name is taken, or not allowed"));
+        End(Fail(ExitNameTaken, QStringLiteral("the simulator's bus name is taken, or not allowed")));
     }
     if (!player.Play(options.scenario)) {
-        return Fail(ExitNameTaken, QStringLiteral("the service's bus name is taken, or not allowed"));
+        End(Fail(ExitNameTaken, QStringLiteral("the service's bus name is taken, or not allowed")));
     }
     std::puts("ready");
     std::fflush(stdout);
-    const int code = QCoreApplication::exec();
-    // Without Qt's orderly end, in which its D-Bus thread was seen to get stuck; the bus notices all the same.
-    std::fflush(nullptr);
-    std::_Exit(code);
+    End(QCoreApplication::exec());
 }
 
 int Serve(const Options& options)
@@ -67,7 +72,7 @@ int Serve(const Options& options)
             ExitNoBus,
             QStringLiteral("no bus at \"%1\": %2").arg(options.address, connection.lastError().message()));
     }
-    return RunUntilEnd(options, connection, log);
+    RunUntilEnd(options, connection, log);
 }
 
 // Cuts off "--exec" and what is behind it, before Qt reads the arguments; nothing without "--exec".
