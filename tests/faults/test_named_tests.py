@@ -2,6 +2,7 @@
 """test_named_tests.py CTEST BUILD PAGE…: each test and test function that the pages name exists."""
 
 import json
+import os
 import re
 import subprocess
 import sys
@@ -26,7 +27,8 @@ def functions(command):
     if scripts:
         with open(scripts[0], encoding="utf-8") as script:
             return set(re.findall(r"(?:def|function) (test_\w+)", script.read()))
-    listing = subprocess.run([command[0], "-functions"], check=True, capture_output=True, text=True)
+    listing = subprocess.run([command[0], "-functions"], check=True, capture_output=True, text=True,
+                             env={**os.environ, "QT_QPA_PLATFORM": "offscreen"})  # some would want a screen
     return set(re.findall(r"^(\w+)\(\)$", listing.stdout + listing.stderr, re.MULTILINE))
 
 
