@@ -4,6 +4,7 @@
 #include "PrivateBus.h"
 #include "ScreenStage.h"
 #include "Theme.h"
+#include "Translation.h"
 #include "WidgetDesign.h"
 
 #include <QApplication>
@@ -134,6 +135,7 @@ private Q_SLOTS:
     void program_help_namesItsOptions();
     void program_badArguments_areErrors_data();
     void program_badArguments_areErrors();
+    void everyText_isTranslated();
     void program_SIGTERM_endsWithZero();
 
 private:
@@ -525,6 +527,12 @@ void tst_ControlWindow::program_SIGTERM_endsWithZero()
     QCOMPARE(program.exitStatus(), QProcess::NormalExit);
     QCOMPARE(program.exitCode(), 0);
     QCOMPARE(program.readAllStandardOutput(), QByteArray());
+}
+
+void tst_ControlWindow::everyText_isTranslated()
+{
+    QCOMPARE(Untranslated(KIV_CONTROL_FOLDER, KIV_CONTROL_FOLDER "/translations/simulator-control_de.ts"),
+             QString());
 }
 
 int main(int argc, char** argv)

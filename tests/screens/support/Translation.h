@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+#ifndef KIV_TESTS_TRANSLATION_H
+#define KIV_TESTS_TRANSLATION_H
+
+#include "SimulatorProcess.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+namespace KivTest {
+
+inline QByteArray Content(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/**
+ * What is wrong with a translation: a text that is new, changed, gone or not translated. Empty when nothing is.
+ *
+ * @param sources the folder whose texts it translates.
+ * @param translation the .ts file, which is left alone.
+ */
+inline QString Untranslated(const QString& sources, const QString& translation)
+{
+    const QTemporaryDir folder;
+    const QString copy = folder.filePath(QFileInfo(translation).fileName());
+    QProcess lupdate;
+    if (!QFile::copy(translation, copy)) {
+        return translation + " cannot be read";
+    }
+    lupdate.start(KIV_LUPDATE, {"-locations", "none", sources, "-ts", copy});
+    if (!lupdate.waitForFinished(kPatience) || lupdate.exitCode() != 0) {
+        return "lupdate: " + QString::fromUtf8(lupdate.readAllStandardError());
+    }
+    const QByteArray texts = Content(copy);
+    const bool isWhole = texts.contains("<translation>") &&
+                         !texts.contains("type=\"") && // unfinished, vanished …
+                         !texts.contains("<translation></translation>");
+    return isWhole && texts == Content(translation) ? QString() : QString::fromUtf8(texts);
+}
+
+} // namespace KivTest
+
+#endif // KIV_TESTS_TRANSLATION_H
