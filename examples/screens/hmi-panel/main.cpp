@@ -6,13 +6,23 @@
 
 #include <QGuiApplication>
 #include <QLoggingCategory>
+#include <QOpenGLContext>
 #include <QQuickStyle>
+#include <QQuickWindow>
 #include <QTextStream>
 
 namespace {
 
 constexpr int kCannotLoad = 1;
 constexpr int kWrongUsage = 2;
+
+/** Without OpenGL, Qt Quick would end the program; its software renderer draws the panel, too. */
+void ChooseRenderer()
+{
+    if (qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND") && !QOpenGLContext().create()) {
+        QQuickWindow::setSceneGraphBackend(QSGRendererInterface::Software);
+    }
+}
 
 int Run(int argc, char** argv, const PanelOptions& options)
 {
@@ -22,6 +32,7 @@ int Run(int argc, char** argv, const PanelOptions& options)
     QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false"));
     QQuickStyle::setStyle(QStringLiteral("Default")); // what the panel's own controls stand on
     const QuitSignals quitSignals;
+    ChooseRenderer();
     PanelEngine engine(options);
     if (!engine.Load()) {
         QTextStream(stderr)

@@ -64,6 +64,7 @@ private Q_SLOTS:
     void signal_endsTheProgramAndItsSession_data();
     void signal_endsTheProgramAndItsSession();
     void signal_endsTheProgramWithoutAService();
+    void noOpenGl_isDrawnAllTheSame();
     void wrongUsage_isComplainedAbout_data();
     void wrongUsage_isComplainedAbout();
     void missingModule_endsTheProgram();
@@ -111,6 +112,16 @@ void tst_PanelProgram::signal_endsTheProgramWithoutAService()
     panel.Signal(SIGTERM);
     QCOMPARE(panel.WaitForExit(), 0);
     QCOMPARE(probe.Owner("com.quorvantel.audioclient.hmi-panel"), QString());
+}
+
+void tst_PanelProgram::noOpenGl_isDrawnAllTheSame()
+{
+    Panel panel({}, {{"QT_QUICK_BACKEND", ""}}); // the offscreen platform has none
+    BusProbe probe;
+    QVERIFY(QTest::qWaitFor([&] { return !probe.Owner("com.quorvantel.audioclient.hmi-panel").isEmpty(); },
+                            kPatience));
+    panel.Signal(SIGTERM);
+    QCOMPARE(panel.WaitForExit(), 0);
 }
 
 void tst_PanelProgram::wrongUsage_isComplainedAbout_data()
