@@ -2,6 +2,8 @@
 #ifndef KIV_TESTS_WIDGETDESIGN_H
 #define KIV_TESTS_WIDGETDESIGN_H
 
+#include "Contrast.h"
+
 #include <QAbstractButton>
 #include <QColor>
 #include <QHash>
@@ -19,20 +21,6 @@
 #include <cmath>
 
 namespace KivTest {
-
-/** The contrast of two colours as the Web Content Accessibility Guidelines define it: from 1 to 21. */
-inline double Contrast(const QColor& one, const QColor& other)
-{
-    const auto luminance = [](const QColor& colour) {
-        const auto linear = [](double part) {
-            return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
-        };
-        return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) +
-               0.0722 * linear(colour.blueF());
-    };
-    const auto [low, high] = std::minmax({luminance(one), luminance(other)});
-    return (high + 0.05) / (low + 0.05);
-}
 
 /** The text that a widget shows itself; empty when it shows none. */
 inline QString ShownText(const QWidget* widget)

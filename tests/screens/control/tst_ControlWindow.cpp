@@ -2,6 +2,7 @@
 #include "ControlWindow.h"
 #include "Picture.h"
 #include "PrivateBus.h"
+#include "ScreenLog.h"
 #include "ScreenStage.h"
 #include "Theme.h"
 #include "Translation.h"
@@ -142,6 +143,7 @@ private:
     void ShowDesk();
     QStringList NewSteps();
 
+    ScreenLog m_Log;
     std::unique_ptr<ScreenStage> m_Stage;
     std::unique_ptr<Desk> m_Desk;
     quint32 m_LogStart = 0;
@@ -149,6 +151,7 @@ private:
 
 void tst_ControlWindow::init()
 {
+    m_Log.Begin();
     Apply(Theme::Day);
     m_Stage = std::make_unique<ScreenStage>(QStringList{"--modes", deviceModes.join(',')});
     m_Stage->StartService();
@@ -158,6 +161,7 @@ void tst_ControlWindow::cleanup()
 {
     m_Desk.reset();
     m_Stage.reset();
+    m_Log.End();
 }
 
 /** The window, when it shows what the device offers. */

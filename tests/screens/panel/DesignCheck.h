@@ -2,6 +2,7 @@
 #ifndef KIV_TESTS_DESIGNCHECK_H
 #define KIV_TESTS_DESIGNCHECK_H
 
+#include "Contrast.h"
 #include "PanelStage.h"
 
 #include <QAccessible>
@@ -164,15 +165,6 @@ private:
         }
     }
 
-    static double Luminance(QRgb color)
-    {
-        const auto linear = [](int value) {
-            const double part = value / 255.0;
-            return part <= 0.03928 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
-        };
-        return 0.2126 * linear(qRed(color)) + 0.7152 * linear(qGreen(color)) + 0.0722 * linear(qBlue(color));
-    }
-
     /** What most of a part of the picture is painted with. */
     QRgb Background(const QRect& part) const
     {
@@ -211,9 +203,7 @@ private:
             return; // about to leave
         }
         const QRect part = unfaded.toAlignedRect() & m_Picture.rect();
-        const double ink = Luminance(text->property("color").value<QColor>().rgb());
-        const double paper = Luminance(Background(part));
-        const double contrast = (std::max(ink, paper) + 0.05) / (std::min(ink, paper) + 0.05);
+        const double contrast = Contrast(text->property("color").value<QColor>(), Background(part));
         if (contrast < kContrast) {
             Complain(text, QStringLiteral("has a contrast of %1").arg(contrast));
         }

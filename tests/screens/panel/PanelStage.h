@@ -2,10 +2,10 @@
 #ifndef KIV_TESTS_PANELSTAGE_H
 #define KIV_TESTS_PANELSTAGE_H
 
-#include "LogCapture.h"
 #include "PanelEngine.h"
 #include "Picture.h"
 #include "PrivateBus.h"
+#include "ScreenLog.h"
 #include "ScreenStage.h"
 
 #include <QAbstractItemModel>
@@ -284,22 +284,6 @@ private:
 
     PanelEngine m_Engine;
 };
-
-/** What QML and Qt complain about; the library's own records, which faults cause, are not among it. */
-inline QStringList ScreenComplaints(const LogCapture& log)
-{
-    static const QRegularExpression harmless(
-        QStringLiteral("^[A-Za-z:]*(AudioManager|AudioModesModel|Client|Proxy|Adaptor|Registrator)|"
-                       "^InitializePrivate\\(\\)|"
-                       "^QUnifiedTimer::stopAnimationDriver: ")); // when a window goes while something moves
-    QStringList complaints;
-    for (const LogRecord& record : log.Complaints()) {
-        if (!harmless.match(record.text).hasMatch()) {
-            complaints.append(record.text);
-        }
-    }
-    return complaints;
-}
 
 } // namespace KivTest
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "LogCapture.h"
 #include "PlayerStage.h"
 #include "PrivateBus.h"
+#include "ScreenLog.h"
 #include "SilentOutput.h"
 #include "ToneGenerator.h"
 
@@ -222,6 +222,8 @@ class tst_Player : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void init() { m_Log.Begin(); }
+    void cleanup() { m_Log.End(); }
     void script_data();
     void script();
     void play_withoutService_asksNobodyAndSaysWhy();
@@ -238,6 +240,9 @@ private Q_SLOTS:
     void melody_off_isSilentAndStays();
     void melody_hasAnEnd();
     void silence_keepsTheTimeOnlyWhileItIsOn();
+
+private:
+    ScreenLog m_Log;
 };
 
 void tst_Player::script_data()
@@ -251,7 +256,6 @@ void tst_Player::script_data()
 void tst_Player::script()
 {
     QFETCH(int, index);
-    const LogCapture log;
     PlayerStage stage;
     stage.Begin();
     QVERIFY(stage.Shows(kReady));
@@ -266,14 +270,13 @@ void tst_Player::script()
 
 void tst_Player::play_withoutService_asksNobodyAndSaysWhy()
 {
-    LogCapture log;
     PlayerStage stage;
     stage.stream.start();
-    log.Clear();
+    m_Log.Records().Clear();
     stage.player->Play();
     QCOMPARE(stage.Picture(), "off: The audio service is not available.");
     QVERIFY(!stage.stream.isPlaying());
-    QCOMPARE(log.Complaints().size(), 0);
+    QCOMPARE(m_Log.Records().Complaints().size(), 0);
     stage.service.StartService();
     QVERIFY(stage.Shows(kReady)); // what was pressed before is forgotten
     QCOMPARE(stage.service.control.CallCount("requestAudioFocus"), 0u);
@@ -390,7 +393,6 @@ void tst_Player::anyOrder_noSoundWithoutFocusAndWill_data()
 void tst_Player::anyOrder_noSoundWithoutFocusAndWill()
 {
     QFETCH(quint32, seed);
-    const LogCapture log;
     QRandomGenerator random(seed);
     PlayerStage stage;
     stage.Begin();

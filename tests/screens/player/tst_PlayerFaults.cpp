@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "DeviceOutputs.h"
-#include "LogCapture.h"
 #include "PrivateBus.h"
+#include "ScreenLog.h"
 #include "WindowStage.h"
 
 #include <QDir>
@@ -139,7 +139,8 @@ class tst_PlayerFaults : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { Wear({"en", "day"}); }
+    void init();
+    void cleanup() { m_Log.End(); }
     void everyKindOfFault_isInTheDocument();
     void fault_data();
     void fault();
@@ -159,7 +160,15 @@ private Q_SLOTS:
 
 private:
     void Recover(WindowStage& stage);
+
+    ScreenLog m_Log;
 };
+
+void tst_PlayerFaults::init()
+{
+    m_Log.Begin();
+    Wear({"en", "day"});
+}
 
 void tst_PlayerFaults::everyKindOfFault_isInTheDocument()
 {
@@ -204,7 +213,6 @@ void tst_PlayerFaults::fault()
 {
     QFETCH(QString, kind);
     QFETCH(QString, method);
-    const LogCapture log;
     WindowStage stage;
     stage.service.StartService();
     QVERIFY2(stage.service.control.Arm(Fault(kind, method)) != 0, qPrintable(stage.service.control.Error()));
@@ -231,7 +239,6 @@ void tst_PlayerFaults::scenario_data()
 void tst_PlayerFaults::scenario()
 {
     QFETCH(QString, name);
-    const LogCapture log;
     WindowStage stage({"--scenario", name});
     stage.service.StartService();
     stage.stream.start();
@@ -295,7 +302,6 @@ void tst_PlayerFaults::badFile_isSaidAndTheMelodyPlaysOn()
 // Both are right: what is heard depends on what the machine can decode.
 void tst_PlayerFaults::waveFile_isPlayedOrItIsSaidWhyNot()
 {
-    const LogCapture log;
     const QTemporaryDir folder;
     Write(folder.filePath("tone.wav"), Wave());
     const auto output = DeviceOutputs().MakeFile(folder.filePath("tone.wav"));
@@ -318,7 +324,6 @@ void tst_PlayerFaults::waveFile_isPlayedOrItIsSaidWhyNot()
 // With a device it is heard; without one, or with one that does not work, the time is kept.
 void tst_PlayerFaults::melody_isHeardOrTheTimeIsKept()
 {
-    const LogCapture log;
     PlayerStage stage;
     stage.Begin();
     DeviceOutputs outputs;

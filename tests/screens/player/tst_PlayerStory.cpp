@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "LogCapture.h"
 #include "PrivateBus.h"
+#include "ScreenLog.h"
 #include "WindowStage.h"
 
 #include <QDropEvent>
@@ -41,6 +41,8 @@ class tst_PlayerStory : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void init() { m_Log.Begin(); }
+    void cleanup() { m_Log.End(); }
     void musicAndAPhoneCall_data() { AddLooks(); }
     void musicAndAPhoneCall();
     void serviceComesAndGoes_data() { AddLooks(); }
@@ -51,6 +53,9 @@ private Q_SLOTS:
     void noAudioDevice();
     void keys_doWhatTheTipsSay();
     void slider_isMoved();
+
+private:
+    ScreenLog m_Log;
 };
 
 void tst_PlayerStory::musicAndAPhoneCall()
@@ -98,7 +103,6 @@ void tst_PlayerStory::serviceComesAndGoes()
     QFETCH(QString, language);
     QFETCH(QString, theme);
     Wear({language, theme});
-    const LogCapture log;
     WindowStage stage;
     stage.stream.start();
     const QString absent =

@@ -6,6 +6,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 
 namespace KivTest {
@@ -17,7 +18,8 @@ inline QByteArray Content(const QString& path)
 }
 
 /**
- * What is wrong with a translation: a text that is new, changed, gone or not translated. Empty when nothing is.
+ * What is wrong with a translation: a text that is new, changed, gone or not translated, or whose translation names other
+ * values ("%1") than the text. Empty when nothing is.
  *
  * @param sources the folder whose texts it translates.
  * @param translation the .ts file, which is left alone.
@@ -34,11 +36,26 @@ inline QString Untranslated(const QString& sources, const QString& translation)
     if (!lupdate.waitForFinished(kPatience) || lupdate.exitCode() != 0) {
         return "lupdate: " + QString::fromUtf8(lupdate.readAllStandardError());
     }
-    const QByteArray texts = Content(copy);
+    const QString texts = QString::fromUtf8(Content(copy));
     const bool isWhole = texts.contains("<translation>") &&
                          !texts.contains("type=\"") && // unfinished, vanished …
                          !texts.contains("<translation></translation>");
-    return isWhole && texts == Content(translation) ? QString() : QString::fromUtf8(texts);
+    if (!isWhole || texts != QString::fromUtf8(Content(translation))) {
+        return texts;
+    }
+    static const QRegularExpression pair("<source>(.*?)</source>\\s*<translation>(.*?)</translation>",
+                                         QRegularExpression::DotMatchesEverythingOption);
+    QStringList wrongs;
+    auto each = pair.globalMatch(texts);
+    while (each.hasNext()) {
+        const QRegularExpressionMatch match = each.next();
+        for (const char* const value : {"%1", "%2", "%3", "%n"}) {
+            if (match.captured(1).count(value) != match.captured(2).count(value)) {
+                wrongs.append(match.captured(1) + ": " + match.captured(2));
+            }
+        }
+    }
+    return wrongs.join('\n');
 }
 
 } // namespace KivTest
