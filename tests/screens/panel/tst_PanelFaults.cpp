@@ -75,6 +75,15 @@ const QVector<Ending> kEndings{
     {"two-hmis", 1, "Bluetooth", {"Radio*", "Bluetooth", "USB"}, "Radio", {}},
 };
 
+/** Whether the service came back, and was asked for its mode in a session that was opened then. */
+bool HasBegunAnew(const QStringList& log)
+{
+    static const QRegularExpression open("request hmi openSession.*");
+    static const QRegularExpression ask("request hmi getMode( .*)?");
+    const int opened = log.indexOf(open, qMax(0, log.indexOf("service came")));
+    return log.contains("service came") && opened >= 0 && log.indexOf(ask, opened) >= 0;
+}
+
 } // namespace
 
 /** Whatever goes wrong at the service, the panel stays usable, and shows afterwards what the service says. */
@@ -125,12 +134,12 @@ void tst_PanelFaults::CheckUsable()
 void tst_PanelFaults::Recover()
 {
     SimulatorControl& control = m_Stage->service.control;
-    if (!m_Stage->service.IsServiceRunning()) {
-        m_Stage->service.StartService();
-    }
-    QVERIFY2(control.Tell("LoadScenario", {kPlainScenario}), qPrintable(control.Error()));
+    const auto load = [&control] { return control.Tell("LoadScenario", {kPlainScenario}); };
+    QVERIFY2(m_Stage->service.Reach(load), qPrintable(control.Error()));
+    const quint32 start = control.LogEnd();
     QVERIFY(control.Do(R"({"do":"restart","milliseconds":0})"));
-    QVERIFY(QTest::qWaitFor([&] { return control.CallCount("getMode") > 0; }, kPatience));
+    const auto isAsked = [&] { return HasBegunAnew(Gist(control.Log(start))); };
+    QVERIFY(QTest::qWaitFor(isAsked, kPatience));
     QTRY_COMPARE_WITH_TIMEOUT(m_Stage->Tiles(), kPlainTiles, kPatience);
     QTRY_VERIFY_WITH_TIMEOUT(m_Stage->Tile("USB")->isEnabled(), kPatience);
 }

@@ -33,6 +33,23 @@ public:
     /** Sends the service's process a signal, such as SIGSTOP. */
     void SignalService(int number) { m_Simulator->Signal(number); }
 
+    /**
+     * Tells the service something, again until it is done: a service that has crashed is started anew, also one whose process
+     * has yet to end.
+     */
+    template <typename Tell>
+    bool Reach(Tell tell)
+    {
+        return QTest::qWaitFor(
+            [&] {
+                if (!IsServiceRunning()) {
+                    StartService();
+                }
+                return tell();
+            },
+            kPatience);
+    }
+
     bool IsServiceRunning() const { return m_Simulator && m_Simulator->IsRunning(); }
 
     SimulatorControl control;
