@@ -142,10 +142,10 @@ private Q_SLOTS:
     void init();
     void cleanup() { m_Log.End(); }
     void everyKindOfFault_isInTheDocument();
-    void fault_data();
-    void fault();
-    void scenario_data();
-    void scenario();
+    void everyFault_isOvercome_data();
+    void everyFault_isOvercome();
+    void everyScenario_isOvercome_data();
+    void everyScenario_isOvercome();
     void badFile_isToldApart_data();
     void badFile_isToldApart();
     void badFile_isSaidAndTheMelodyPlaysOn();
@@ -195,7 +195,7 @@ void tst_PlayerFaults::Recover(WindowStage& stage)
     QCOMPARE(stage.wrongs, QStringList());
 }
 
-void tst_PlayerFaults::fault_data()
+void tst_PlayerFaults::everyFault_isOvercome_data()
 {
     QTest::addColumn<QString>("kind");
     QTest::addColumn<QString>("method");
@@ -206,7 +206,7 @@ void tst_PlayerFaults::fault_data()
     }
 }
 
-void tst_PlayerFaults::fault()
+void tst_PlayerFaults::everyFault_isOvercome()
 {
     QFETCH(QString, kind);
     QFETCH(QString, method);
@@ -223,7 +223,7 @@ void tst_PlayerFaults::fault()
     Recover(stage);
 }
 
-void tst_PlayerFaults::scenario_data()
+void tst_PlayerFaults::everyScenario_isOvercome_data()
 {
     QTest::addColumn<QString>("name");
     const QStringList files = QDir(KIV_SCENARIOS_FOLDER).entryList(QDir::Files, QDir::Name);
@@ -233,7 +233,7 @@ void tst_PlayerFaults::scenario_data()
     }
 }
 
-void tst_PlayerFaults::scenario()
+void tst_PlayerFaults::everyScenario_isOvercome()
 {
     QFETCH(QString, name);
     WindowStage stage({"--scenario", name});
