@@ -18,7 +18,6 @@
 #include <QWidget>
 
 #include <algorithm>
-#include <cmath>
 
 namespace KivTest {
 

@@ -8,8 +8,6 @@
 #include <QAccessible>
 #include <QHash>
 
-#include <cmath>
-
 namespace KivTest {
 
 /** What is wrong with the way a panel looks, each a sentence. Nothing may move meanwhile. */

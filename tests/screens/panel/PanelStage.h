@@ -11,7 +11,6 @@
 #include <QAbstractItemModel>
 #include <QGuiApplication>
 #include <QQuickItem>
-#include <QRegularExpression>
 #include <QScreen>
 #include <QTest>
 #include <QTouchDevice>
