@@ -243,8 +243,13 @@ void tst_PlayerFaults::everyScenario_isOvercome()
     QVERIFY(!stage.Find<QLabel>("sentence")->text().isEmpty());
     QCOMPARE(stage.outputs.Sounding() > 0, stage.stream.isPlaying() && stage.stream.hasFocus());
     // Another scenario, in which nothing goes wrong, plays from here on.
-    const auto reload = [&] { return stage.service.control.Tell("LoadScenario", {QString("{}")}); };
-    QVERIFY(stage.service.Reach(reload)); // it may be busy with what it was told to do
+    const auto reload = [&] {
+        if (!stage.service.IsServiceRunning()) {
+            stage.service.StartService();
+        }
+        return stage.service.control.Tell("LoadScenario", {QString("{}")});
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(reload(), kPatience); // it may be busy with what it was told to do
     QVERIFY(stage.service.control.Do(R"({"do":"restart","milliseconds":10})"));
     const auto registrations = [&] { return stage.service.control.CallCount("registerAudioStream"); };
     QTRY_COMPARE_WITH_TIMEOUT(registrations(), 1u, kPatience);

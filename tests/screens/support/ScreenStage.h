@@ -34,20 +34,20 @@ public:
     void SignalService(int number) { m_Simulator->Signal(number); }
 
     /**
-     * Tells the service something, again until it is done: a service that has crashed is started anew, also one whose process
-     * has yet to end.
+     * Tells the service something. Only a service that has crashed, or whose process ends after it was spoken to in vain, is
+     * started anew and told once more.
      */
     template <typename Tell>
     bool Reach(Tell tell)
     {
-        return QTest::qWaitFor(
-            [&] {
-                if (!IsServiceRunning()) {
-                    StartService();
-                }
-                return tell();
-            },
-            kPatience);
+        if (IsServiceRunning() && tell()) {
+            return true;
+        }
+        if (!QTest::qWaitFor([this] { return !IsServiceRunning(); }, kPatience)) {
+            return false;
+        }
+        StartService();
+        return tell();
     }
 
     bool IsServiceRunning() const { return m_Simulator && m_Simulator->IsRunning(); }
